@@ -1,0 +1,21 @@
+// The table of the stand-in's personalities. A new tool adds its own file
+// with its Run function and one row here.
+#include "standin.h"
+
+#include <array>
+
+namespace kestrova::standin {
+
+namespace {
+
+constexpr std::array<PersonalityEntry, 3> kPersonalities = {{
+    {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
+    {"touch", RunTouch, false, "touch FILE...        makes each file (empty) where it is missing"},
+    {"copy", RunCopy, true, "copy SOURCE TARGET   copies the bytes of SOURCE to TARGET"},
+}};
+
+}  // namespace
+
+std::span<const PersonalityEntry> Personalities() { return kPersonalities; }
+
+}  // namespace kestrova::standin

@@ -1,0 +1,53 @@
+// The stand-in program: one executable that acts as each outside tool the
+// job drives. A personality is one function; the table in
+// personalities.cpp names them. Shared here: how a personality is called,
+// the fail switch, and file access on the job's Windows paths.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/path_space.h"
+
+namespace kestrova::standin {
+
+// How a test asked this tool to fail ($KESTROVA_STANDIN_FAIL).
+enum class FailMode {
+    None,
+    Fail,     // leave nothing, exit 1
+    Partial,  // leave a truncated output, exit 1
+};
+
+struct Invocation {
+    std::string Tool;                    // the name it was called by
+    std::vector<std::string> Arguments;  // as the Windows command line split them
+    FailMode Fail = FailMode::None;
+    platform::PathSpace Paths;           // the job's drive map ($KESTROVA_DRIVES)
+};
+
+// A personality returns the exit status. It throws kestrova::Error for bad
+// arguments or files.
+using Personality = int (*)(const Invocation&);
+
+struct PersonalityEntry {
+    const char* Name;     // matched without regard to case
+    Personality Run;
+    bool HasPartial;      // false: a "partial" failure acts as a plain failure
+    const char* Usage;
+};
+
+std::span<const PersonalityEntry> Personalities();
+
+// File access on Windows paths of the job, through the drive map.
+std::string ReadJobFile(const Invocation& call, const std::string& windowsPath);
+void WriteJobFile(const Invocation& call, const std::string& windowsPath, const std::string& bytes);
+
+// Parses a whole non-negative number argument; throws Error naming it.
+long ParseNumber(const std::string& text, const char* what);
+
+int RunSleep(const Invocation& call);
+int RunTouch(const Invocation& call);
+int RunCopy(const Invocation& call);
+
+}  // namespace kestrova::standin
