@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,6 +26,9 @@ namespace {
 
 // Without a pidfd the wait looks at the child this often.
 constexpr std::uint32_t kPollWithoutPidfdMs = 10;
+// After a stopped child has ended, the rest of its group gets this long to
+// act on the SIGTERM before it is killed.
+constexpr int kGroupSettleMs = 20;
 
 std::string NameOf(const std::string& entry) { return entry.substr(0, entry.find('=')); }
 
@@ -135,7 +138,7 @@ std::unique_ptr<ChildProcess> ChildProcess::Spawn(const LaunchPlan& plan, bool c
     child->program_ = plan.Program;
     child->output_ = readEnd.Release();
     // A pidfd lets the wait wake at the child's end; without one it polls.
-    child->pidfd_ = ::pidfd_open(pid, 0);
+    child->pidfd_ = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
     return child;
 }
 
@@ -171,16 +174,19 @@ void ChildProcess::Terminate(int graceMs) {
     const int group = pid_;
     ::kill(-group, SIGTERM);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(graceMs);
-    bool gone = false;
-    while (std::chrono::steady_clock::now() < deadline) {
-        Ended();  // reap the leader, so that the group empties
-        if (GroupIsGone(group)) {
-            gone = true;
-            break;
-        }
+    while (!Ended() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    if (!gone) ::kill(-group, SIGKILL);
+    // Whatever is left of the group (a grandchild that outlived the child,
+    // or all of it past the grace time) is killed. The group's number
+    // cannot have been reused: ended members that nobody reaped yet still
+    // hold it, and a group that is gone makes this a no-op.
+    if (!Ended()) {
+        ::kill(-group, SIGKILL);
+    } else if (!GroupIsGone(group)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(kGroupSettleMs));
+        ::kill(-group, SIGKILL);
+    }
     if (!ended_) {
         int status = 0;
         if (::waitpid(pid_, &status, 0) == pid_) {

@@ -3,6 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/launcher.h"
+#include "platform/process.h"
+
 namespace kestrova::platform {
 namespace {
 
@@ -40,6 +47,35 @@ TEST(Ticks, CounterStaysBelowTheWrapAndMovesForward) {
     EXPECT_LT(first, kTickWrap);
     EXPECT_LT(second, kTickWrap);
     EXPECT_LT(TicksElapsed(first, second), 1000u);
+}
+
+TEST(Ticks, ATimedWaitAcrossTheWrapEndsNeitherEarlyNorLate) {
+    PathSpace paths;
+    Launcher launcher(paths);
+    ProcessRunner runner(launcher);
+    // The runner's counter is 100 ms short of its wrap as the wait starts.
+    const Ticks offset = (kTickWrap - 100 - TickCount()) & (kTickWrap - 1);
+    const TickClock clock = [offset] { return (TickCount() + offset) & (kTickWrap - 1); };
+    runner.SetClock(clock);
+    std::vector<Ticks> pumpTicks;
+    const auto start = std::chrono::steady_clock::now();
+    const auto elapsedMs = [&] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    };
+    runner.SetPump([&] {
+        pumpTicks.push_back(clock());
+        // A wait that misses its end would otherwise never return.
+        if (elapsedMs() > 2000) throw std::runtime_error("the wait did not end");
+    });
+
+    EXPECT_EQ(runner.MsgWaitObj(300), ProcessRunner::kWaitTimeout);
+    const auto elapsed = elapsedMs();
+    EXPECT_GE(elapsed, 299);  // whole milliseconds
+    EXPECT_LT(elapsed, 380);
+    // The pump saw the counter on both sides of the wrap.
+    ASSERT_GE(pumpTicks.size(), 2u);
+    EXPECT_GT(pumpTicks.front(), kTickWrap - 200);
+    EXPECT_LT(pumpTicks.back(), 300u);
 }
 
 }  // namespace

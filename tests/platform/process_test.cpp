@@ -1,0 +1,211 @@
+// The tool runner: starts through the launcher, pumping waits, stops that
+// end a whole process group, children known by window title.
+#include "platform/process.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "platform/error.h"
+#include "support/temp_folder.h"
+
+namespace kestrova::platform {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+long MsSince(Clock::time_point start) {
+    return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+// A runner over a temporary K: drive, with the stand-in available as the
+// tools "sleep.exe", "touch.exe" and "copytool.exe".
+struct RunnerFixture {
+    RunnerFixture() {
+        launcher.AddOverride("sleep.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, ""});
+        launcher.AddOverride("touch.exe", {{KESTROVA_STANDIN_PATH, "--tool", "touch"}, ""});
+        launcher.AddOverride("copytool.exe", {{KESTROVA_STANDIN_PATH, "--tool", "copy"}, ""});
+        launcher.SetEnvironment("KESTROVA_STANDIN_CALLS", temp.Host("calls.txt"));
+        runner.SetLog([this](const std::string& line) { log.push_back(line); });
+    }
+
+    test::TempFolder temp;
+    PathSpace paths = temp.Drives();
+    Launcher launcher{paths};
+    ProcessRunner runner{launcher};
+    std::vector<std::string> log;
+};
+
+TEST(ProcessRunner, AChildThatEndsAtOnceReturnsAtTheFirstPass) {
+    RunnerFixture f;
+    int pumps = 0;
+    f.runner.ShellAndWait("touch.exe K:\\made.txt", 0, [&] { ++pumps; });
+    EXPECT_TRUE(f.temp.Exists("made.txt"));
+    ASSERT_EQ(f.log.size(), 1u);
+    EXPECT_EQ(f.log[0], "ShellandWait commandline: touch.exe K:\\made.txt");
+    ASSERT_EQ(f.runner.History().size(), 1u);
+    EXPECT_EQ(f.runner.History()[0].WindowStyle, 0);
+    EXPECT_EQ(f.runner.History()[0].ExitCode, 0);
+    EXPECT_FALSE(f.runner.History()[0].Stopped);
+    EXPECT_GE(pumps, 1);
+
+    // A child that has already ended: one pass, no waiting, not a time-out.
+    const auto child = ChildProcess::Spawn(f.launcher.Plan("touch.exe K:\\again.txt"), false);
+    while (!child->Ended()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    pumps = 0;
+    const auto start = Clock::now();
+    ChildProcess* const handles[] = {child.get()};
+    EXPECT_EQ(f.runner.MsgWaitObj(5000, handles), 0);
+    EXPECT_LT(MsSince(start), 50);
+    EXPECT_EQ(pumps, 0);  // the pump given to ShellAndWait is gone with it
+    EXPECT_EQ(child->ExitCode(), 0);
+}
+
+TEST(ProcessRunner, ThePumpIsServedAboutEvery100MsWhileWaiting) {
+    RunnerFixture f;
+    std::vector<long> pumpTimes;
+    const auto start = Clock::now();
+    f.runner.SetPump([&] { pumpTimes.push_back(MsSince(start)); });
+    f.runner.ShellAndWait("sleep.exe 450 K:\\slept.txt", 2);
+    const long total = MsSince(start);
+    EXPECT_TRUE(f.temp.Exists("slept.txt"));
+    EXPECT_GE(total, 450);
+    ASSERT_GE(pumpTimes.size(), 4u);
+    EXPECT_LE(pumpTimes.size(), static_cast<std::size_t>(total / 90 + 1));
+    EXPECT_LT(pumpTimes[0], 50);  // served at the first pass
+    for (std::size_t i = 1; i < pumpTimes.size(); ++i) EXPECT_GE(pumpTimes[i] - pumpTimes[i - 1], 95);
+
+    // A plain timed wait with nothing to wait for times out, pump alive.
+    pumpTimes.clear();
+    const auto pauseStart = Clock::now();
+    f.runner.pause250();
+    EXPECT_GE(MsSince(pauseStart), 249);  // the counter counts whole milliseconds
+    EXPECT_LT(MsSince(pauseStart), 400);
+    EXPECT_EQ(pumpTimes.size(), 3u);
+    EXPECT_EQ(f.runner.MsgWaitObj(0), ProcessRunner::kWaitTimeout);
+    EXPECT_THROW(f.runner.MsgWaitObj(-1), Error);
+}
+
+TEST(ProcessRunner, AStopFromThePumpEndsTheChildAndItsWholeGroup) {
+    RunnerFixture f;
+    // A shell that leaves a grandchild behind and becomes a sleeping child.
+    const std::string standin = KESTROVA_STANDIN_PATH;
+    const std::string script = "'" + standin + "' --tool sleep 500 \"$1\" & exec '" + standin +
+                               "' --tool sleep 500 \"$2\"";
+    f.launcher.AddOverride("group.exe", {{"/bin/sh", "-c", script, "group"}, ""});
+
+    int pumps = 0;
+    const auto start = Clock::now();
+    f.runner.ShellAndWait("group.exe K:\\grandchild.txt K:\\child.txt", 0, [&] {
+        if (++pumps == 2) f.runner.RequestStop();
+    });
+    EXPECT_LT(MsSince(start), 400);
+    ASSERT_EQ(f.runner.History().size(), 1u);
+    EXPECT_TRUE(f.runner.History()[0].Stopped);
+    EXPECT_TRUE(f.runner.StopRequested());
+
+    // While stopped nothing starts: no log line, no record.
+    f.runner.ShellAndWait("touch.exe K:\\after.txt", 0);
+    EXPECT_FALSE(f.temp.Exists("after.txt"));
+    EXPECT_EQ(f.log.size(), 1u);
+
+    // Past the sleepers' time neither has written its file.
+    EXPECT_EQ(f.runner.MsgWaitObj(700), ProcessRunner::kWaitTimeout);
+    EXPECT_FALSE(f.temp.Exists("child.txt"));
+    EXPECT_FALSE(f.temp.Exists("grandchild.txt"));
+
+    f.runner.ResetStop();
+    f.runner.ShellAndWait("touch.exe K:\\after.txt", 0);
+    EXPECT_TRUE(f.temp.Exists("after.txt"));
+}
+
+TEST(ProcessRunner, ChildrenAreKnownAndClosedByTheirWindowTitle) {
+    RunnerFixture f;
+    f.launcher.AddOverride("vsrip.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, ""});
+    f.launcher.AddOverride("mine.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, "My Tool"});
+
+    std::vector<std::string> seen;
+    bool closed = false;
+    f.runner.ShellAndWait("\"K:\\Prog\\vsrip.exe\" 3000 K:\\ripped.txt", 6, [&] {
+        if (f.runner.WindowExists("VobSub Ripper Wizard")) seen.push_back("vsrip");
+        if (f.runner.WindowExists("DVD Decrypter")) seen.push_back("decrypter");
+        if (!closed) closed = f.runner.CloseWindow("vobsub ripper WIZARD");
+    });
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(seen, std::vector<std::string>{"vsrip"});
+    EXPECT_TRUE(f.runner.History().back().Stopped);
+    EXPECT_FALSE(f.runner.StopRequested());  // closing a window is not a stop of the job
+    EXPECT_FALSE(f.runner.WindowExists("VobSub Ripper Wizard"));
+    EXPECT_FALSE(f.runner.CloseWindow("VobSub Ripper Wizard"));
+
+    // An override's own title; the next start runs normally.
+    bool mineSeen = false;
+    f.runner.ShellAndWait("mine.exe 150 K:\\mine.txt", 1, [&] { mineSeen = mineSeen || f.runner.WindowExists("my tool"); });
+    EXPECT_TRUE(mineSeen);
+    EXPECT_TRUE(f.temp.Exists("mine.txt"));
+    EXPECT_FALSE(f.runner.History().back().Stopped);
+}
+
+TEST(ProcessRunner, PathsWithBlanksAndNonAsciiReachTheTool) {
+    RunnerFixture f;
+    namespace fs = std::filesystem;
+    // The stand-in under a tool's own name, in a folder with a blank and an
+    // umlaut: run directly as a host program, chosen by its file name.
+    fs::create_directories(f.temp.Host("Tools Ü"));
+    fs::create_symlink(KESTROVA_STANDIN_PATH, f.temp.Host("Tools Ü/Copy.exe"));
+    f.temp.Write("Data Ä/in file.bin", std::string("\x00\x01\xff bytes", 9));
+
+    const std::string line = "\"k:\\tools Ü\\COPY.EXE\" \"K:\\data Ä\\IN FILE.bin\" \"K:\\Data Ä\\out ü.bin\"";
+    f.runner.ShellAndWait(line, 1);
+    EXPECT_EQ(f.runner.History().back().Kind, LaunchKind::Host);
+    EXPECT_EQ(f.temp.Read("Data Ä/out ü.bin"), std::string("\x00\x01\xff bytes", 9));
+    EXPECT_EQ(f.temp.Read("calls.txt"), "copy\t\"K:\\data Ä\\IN FILE.bin\" \"K:\\Data Ä\\out ü.bin\"\n");
+    EXPECT_EQ(f.log.back(), "ShellandWait commandline: " + line);
+}
+
+TEST(ProcessRunner, WindowsProgramsRunUnderWineWithTheirArguments) {
+    RunnerFixture f;
+    namespace fs = std::filesystem;
+    f.temp.Write("Prog Dir/Tool.exe", "MZ not really");
+    f.temp.Write("wine", "#!/bin/sh\nfor a in \"$@\"; do printf '[%s]' \"$a\"; done > \"$OUT\"\n"
+                         "printf '%s' \"$KESTROVA_DRIVES\" > \"$OUT.drives\"\n");
+    fs::permissions(f.temp.Host("wine"), fs::perms::owner_all);
+    f.launcher.SetWineProgram(f.temp.Host("wine"));
+    f.launcher.SetEnvironment("OUT", f.temp.Host("wine.txt"));
+
+    f.runner.ShellAndWait("\"K:\\Prog Dir\\Tool.exe\" -i \"K:\\a b\\x.vob\" -o", 2);
+    EXPECT_EQ(f.temp.Read("wine.txt"), "[" + f.temp.Host("Prog Dir/Tool.exe") + "][-i][K:\\a b\\x.vob][-o]");
+    EXPECT_EQ(f.temp.Read("wine.txt.drives"), f.paths.DriveList());
+}
+
+TEST(ProcessRunner, FailuresToStartNameTheProgramAndOutputIsPassedOn) {
+    RunnerFixture f;
+    try {
+        f.runner.ShellAndWait("\"K:\\No Such\\tool.exe\" x", 0);
+        FAIL() << "a missing program started";
+    } catch (const Error& error) {
+        const std::string text = error.what();
+        EXPECT_NE(text.find("K:\\No Such\\tool.exe"), std::string::npos) << text;
+        EXPECT_NE(text.find(f.temp.Host("No Such/tool.exe")), std::string::npos) << text;
+    }
+    // The line was logged before the start failed.
+    EXPECT_EQ(f.log.back(), "ShellandWait commandline: \"K:\\No Such\\tool.exe\" x");
+
+    f.launcher.AddOverride("gone.exe", {{f.temp.Host("not-there")}, ""});
+    EXPECT_THROW(f.runner.ShellAndWait("gone.exe", 0), Error);
+
+    // A failing tool: its stderr reaches the output sink, its exit code is
+    // recorded, and ShellAndWait itself does not fail.
+    std::vector<std::string> output;
+    f.runner.SetChildOutput([&](const std::string& line) { output.push_back(line); });
+    f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "copy");
+    f.temp.Write("in.txt", "x");
+    f.runner.ShellAndWait("copytool.exe K:\\in.txt K:\\out.txt", 0);
+    EXPECT_FALSE(f.temp.Exists("out.txt"));
+    EXPECT_EQ(f.runner.History().back().ExitCode, 1);
+    EXPECT_EQ(output, std::vector<std::string>{"copy: failing as asked by KESTROVA_STANDIN_FAIL"});
+}
+
+}  // namespace
+}  // namespace kestrova::platform
