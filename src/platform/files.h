@@ -37,12 +37,15 @@ public:
 
     // Makes the folder and any missing parents.
     void MakeFolder(const std::string& path) const;
-    // Removes a folder tree; nothing happens when it does not exist.
+    // Removes a folder tree; nothing happens when it does not exist. A drive
+    // root (or the host's "/") is refused rather than emptied.
     void DeleteTree(const std::string& path) const;
     // Removes one file; nothing happens when it does not exist.
     void DeleteFile(const std::string& path) const;
+    // Copies one file; with overwrite false an existing target is refused.
     void CopyFile(const std::string& from, const std::string& to, bool overwrite = true) const;
-    // Renames, or copies and deletes across file systems.
+    // Renames a file or folder, replacing a target file, or copies and
+    // deletes across file systems. A change of case only renames.
     void MoveFile(const std::string& from, const std::string& to) const;
 
     // Names (not paths) in a folder matching a Windows wildcard pattern
@@ -72,6 +75,11 @@ public:
     // The mapped drives in letter order with their type; a drive whose host
     // folder is missing is NoRootDir.
     std::vector<DriveInfo> Drives() const;
+
+    // The user's documents folder and desktop as drive paths: the host's
+    // "$HOME/Documents" and "$HOME/Desktop" where they exist, else $HOME.
+    std::string DocumentsFolder() const;
+    std::string DesktopFolder() const;
 
 private:
     const PathSpace& paths_;

@@ -42,7 +42,10 @@ std::vector<std::string> SplitComponents(const std::string& rest) {
     return folded;
 }
 
-std::string TrimRoot(std::string root) {
+// "/tmp//job/../job/" and "/tmp/job" name one root; ToWindows compares
+// normalised host paths against it, so it is kept normalised too.
+std::string TrimRoot(const std::string& hostRoot) {
+    std::string root = fs::path(hostRoot).lexically_normal().string();
     while (root.size() > 1 && root.back() == '/') root.pop_back();
     return root;
 }

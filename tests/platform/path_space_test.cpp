@@ -26,6 +26,10 @@ TEST(PathSpace, LongestRootWinsAndDriveRootIsThreeCharacters) {
     EXPECT_EQ(space.ToWindows(temp.Host("inner/VIDEO_TS")), "L:\\VIDEO_TS");
     // A sibling whose name merely starts like the root is not inside it.
     EXPECT_EQ(space.ToWindows(temp.Host("inner2")), "K:\\inner2");
+    // A root spelled with "//", "." or ".." is the same root.
+    space.AddDrives("M:=" + temp.Host() + "//inner/../other/./");
+    EXPECT_EQ(space.Drives()[2].HostRoot, temp.Host("other"));
+    EXPECT_EQ(space.ToWindows(temp.Host("other/a")), "M:\\a");
     ASSERT_EQ(space.Drives()[1].Letter, 'L');
     EXPECT_EQ(space.Drives()[1].Kind, DriveKind::CDRom);
 }
