@@ -42,7 +42,8 @@ TEST(CommandLine, SplitsAsTheSystemParserDoes) {
         {"p \"\" \"\"", {"p", "", ""}},
         // An unterminated quoted run takes the rest of the line.
         {"p \"a b", {"p", "a b"}},
-        {"\"K:\\A B\\tool.exe\" -i \"K:\\x y\\in.vob\" -o K:\\out", {"K:\\A B\\tool.exe", "-i", "K:\\x y\\in.vob", "-o", "K:\\out"}},
+        {"\"K:\\A B\\tool.exe\" -i \"K:\\x y\\in.vob\" -o K:\\out",
+         {"K:\\A B\\tool.exe", "-i", "K:\\x y\\in.vob", "-o", "K:\\out"}},
         {"p -core( -input \"K:\\a b.ac3\" )", {"p", "-core(", "-input", "K:\\a b.ac3", ")"}},
     };
     for (const auto& c : cases) {

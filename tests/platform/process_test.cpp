@@ -141,7 +141,8 @@ TEST(ProcessRunner, ChildrenAreKnownAndClosedByTheirWindowTitle) {
 
     // An override's own title; the next start runs normally.
     bool mineSeen = false;
-    f.runner.ShellAndWait("mine.exe 150 K:\\mine.txt", 1, [&] { mineSeen = mineSeen || f.runner.WindowExists("my tool"); });
+    f.runner.ShellAndWait("mine.exe 150 K:\\mine.txt", 1,
+                          [&] { mineSeen = mineSeen || f.runner.WindowExists("my tool"); });
     EXPECT_TRUE(mineSeen);
     EXPECT_TRUE(f.temp.Exists("mine.txt"));
     EXPECT_FALSE(f.runner.History().back().Stopped);
@@ -205,6 +206,22 @@ TEST(ProcessRunner, FailuresToStartNameTheProgramAndOutputIsPassedOn) {
     EXPECT_FALSE(f.temp.Exists("out.txt"));
     EXPECT_EQ(f.runner.History().back().ExitCode, 1);
     EXPECT_EQ(output, std::vector<std::string>{"copy: failing as asked by KESTROVA_STANDIN_FAIL"});
+}
+
+TEST(ProcessRunner, TheStandInFailsAsAskedAndRecordsEveryCall) {
+    RunnerFixture f;
+    f.temp.Write("in.bin", "0123456789");
+    f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "sleep,COPY=partial,touch=partial");
+    f.runner.ShellAndWait("copytool.exe K:\\in.bin K:\\half.bin", 0);
+    // A partial failure leaves the first half; a tool without a partial
+    // output leaves nothing.
+    EXPECT_EQ(f.temp.Read("half.bin"), "01234");
+    f.runner.ShellAndWait("touch.exe K:\\t.txt", 0);
+    EXPECT_FALSE(f.temp.Exists("t.txt"));
+    f.runner.ShellAndWait("sleep.exe 0 K:\\s.txt", 0);
+    EXPECT_FALSE(f.temp.Exists("s.txt"));
+    for (const auto& record : f.runner.History()) EXPECT_EQ(record.ExitCode, 1) << record.CommandLine;
+    EXPECT_EQ(f.temp.Read("calls.txt"), "copy\tK:\\in.bin K:\\half.bin\ntouch\tK:\\t.txt\nsleep\t0 K:\\s.txt\n");
 }
 
 }  // namespace

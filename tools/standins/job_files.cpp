@@ -1,28 +1,16 @@
 // File access of the stand-in on the job's Windows paths: see standin.h.
-#include <fstream>
-#include <sstream>
-
 #include "platform/error.h"
+#include "platform/files.h"
 #include "standin.h"
 
 namespace kestrova::standin {
 
 std::string ReadJobFile(const Invocation& call, const std::string& windowsPath) {
-    const std::string host = call.Paths.ToHost(windowsPath);
-    std::ifstream in(host, std::ios::binary);
-    if (!in) throw Error(call.Tool + ": cannot open " + windowsPath + " (" + host + ") for reading");
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    if (in.bad()) throw Error(call.Tool + ": cannot read " + windowsPath + " (" + host + ")");
-    return bytes.str();
+    return platform::FileSystem(call.Paths).ReadText(windowsPath);
 }
 
 void WriteJobFile(const Invocation& call, const std::string& windowsPath, const std::string& bytes) {
-    const std::string host = call.Paths.ToHost(windowsPath);
-    std::ofstream out(host, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) throw Error(call.Tool + ": cannot write " + windowsPath + " (" + host + ")");
+    platform::FileSystem(call.Paths).WriteText(windowsPath, bytes);
 }
 
 long ParseNumber(const std::string& text, const char* what) {

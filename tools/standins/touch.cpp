@@ -1,17 +1,15 @@
 // The "touch" personality: makes each named file, keeping one that exists.
 #include "platform/error.h"
+#include "platform/files.h"
 #include "standin.h"
-
-#include <fstream>
 
 namespace kestrova::standin {
 
 int RunTouch(const Invocation& call) {
     if (call.Arguments.empty()) throw Error("touch: expected at least one FILE");
+    const platform::FileSystem files(call.Paths);
     for (const auto& path : call.Arguments) {
-        const std::string host = call.Paths.ToHost(path);
-        std::ofstream out(host, std::ios::binary | std::ios::app);
-        if (!out) throw Error("touch: cannot make " + path + " (" + host + ")");
+        if (!files.FileExists(path)) files.WriteText(path, "");
     }
     return 0;
 }

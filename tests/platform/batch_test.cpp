@@ -1,0 +1,213 @@
+// The batch interpreter on the lines the job writes: Copy /b, Call with
+// arguments, program lines through the launcher, regedit, failing lines.
+#include "platform/batch.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "platform/error.h"
+#include "support/temp_folder.h"
+
+namespace kestrova::platform {
+namespace {
+
+// A runner with a batch interpreter over a temporary K: drive; the stand-in
+// is "copytool.exe", "touchtool.exe" and "sleeptool.exe", and every call is
+// recorded in calls.txt.
+struct BatchFixture {
+    BatchFixture() {
+        launcher.AddOverride("copytool.exe", {{KESTROVA_STANDIN_PATH, "--tool", "copy"}, ""});
+        launcher.AddOverride("touchtool.exe", {{KESTROVA_STANDIN_PATH, "--tool", "touch"}, ""});
+        launcher.AddOverride("sleeptool.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, ""});
+        launcher.SetEnvironment("KESTROVA_STANDIN_CALLS", temp.Host("calls.txt"));
+        runner.SetLog([this](const std::string& line) { log.push_back(line); });
+    }
+
+    // Writes a batch file with CR LF line ends and runs it by ShellAndWait.
+    void RunBatch(const std::string& relative, const std::string& lines, const ProcessRunner::Pump& pump = {}) {
+        Write(relative, lines);
+        std::string windows = "K:\\" + relative;
+        for (auto& c : windows) c = c == '/' ? '\\' : c;
+        runner.ShellAndWait("\"" + windows + "\"", 0, pump);
+    }
+
+    void Write(const std::string& relative, const std::string& lines) {
+        std::string text;
+        for (char c : lines) text += c == '\n' ? std::string("\r\n") : std::string(1, c);
+        temp.Write(relative, text);
+    }
+
+    std::string Calls() const { return temp.Exists("calls.txt") ? temp.Read("calls.txt") : ""; }
+
+    test::TempFolder temp;
+    PathSpace paths = temp.Drives();
+    FileSystem files{paths};
+    Launcher launcher{paths};
+    ProcessRunner runner{launcher};
+    std::vector<std::string> imported;
+    BatchInterpreter batch{runner, files, [this](const std::string& regFile) {
+                               imported.push_back(regFile);
+                               return std::string("imported ") + regFile;
+                           }};
+    std::vector<std::string> log;
+};
+
+TEST(Batch, CopyJoinsSourcesAndWildcardMatchesInNameOrder) {
+    BatchFixture f;
+    f.temp.Write("D_VTS_01/DEMUXED/b.vob", "B");
+    f.temp.Write("D_VTS_01/DEMUXED/A.VOB", "A");
+    f.temp.Write("D_VTS_01/DEMUXED/c.Vob", "C");
+    f.temp.Write("D_VTS_01/DEMUXED/note.txt", "N");
+    f.temp.Write("D_VTS_01/SUBTITLES/keep.txt", "");
+    f.temp.Write("FRAMESERVING/001_NTSC.pt.002.mpv", "2");
+    f.temp.Write("FRAMESERVING/001_NTSC.pt.001.mpv", "1");
+    f.temp.Write("FRAMESERVING/002_NTSC.pt.001.mpv", "x");
+    f.temp.Write("one file.txt", "one ");
+    f.temp.Write("two.txt", "two");
+    f.temp.Write("log.txt", "start ");
+    f.temp.Write("src/x.m2v", "X");
+    f.temp.Write("src/y.M2V", "Y");
+    f.temp.Write("dst/old.txt", "");
+
+    f.RunBatch("job.bat",
+               "@echo off\n"
+               "Copy /b K:\\D_VTS_01\\DEMUXED\\*.VOB K:\\D_VTS_01\\SUBTITLES\\VTS_01_0.VOB\n"
+               "COPY /B K:\\FRAMESERVING\\*001_NTSC.pt.*.mpv K:\\FRAMESERVING\\001_NTSC.mpv\n"
+               "copy /b \"K:\\one file.txt\"+K:\\two.txt \"K:\\joined file.txt\"\n"
+               "copy /b K:\\two.txt + \"K:\\one file.txt\" K:\\swapped.txt\n"
+               "copy /b k:\\LOG.txt+K:\\two.txt K:\\log.txt\n"
+               "copy /b K:\\src\\*.m2v K:\\dst\n"
+               "copy /b K:\\two.txt K:\\dst\\\n");
+    EXPECT_EQ(f.temp.Read("D_VTS_01/SUBTITLES/VTS_01_0.VOB"), "ABC");
+    EXPECT_EQ(f.temp.Read("FRAMESERVING/001_NTSC.mpv"), "12");
+    EXPECT_EQ(f.temp.Read("joined file.txt"), "one two");
+    EXPECT_EQ(f.temp.Read("swapped.txt"), "twoone ");
+    EXPECT_EQ(f.temp.Read("log.txt"), "start two");  // a target that is the first source is appended to
+    EXPECT_EQ(f.temp.Read("dst/x.m2v"), "X");
+    EXPECT_EQ(f.temp.Read("dst/y.M2V"), "Y");
+    EXPECT_EQ(f.temp.Read("dst/two.txt"), "two");
+    // Only the batch line itself was a start; no line failed.
+    EXPECT_EQ(f.log, std::vector<std::string>{"ShellandWait commandline: \"K:\\job.bat\""});
+}
+
+TEST(Batch, CallPassesArgumentsAsPercentOneToNine) {
+    BatchFixture f;
+    f.Write("FRAMESERVING/Inner.bat",
+            "touchtool.exe \"K:\\%~1\" K:\\%2 K:\\%3 K:\\%4 K:\\%5 K:\\%6 K:\\%7 K:\\%8 K:\\%9\n"
+                                      "touchtool.exe \"K:\\%~1.txt\" K:\\100%%\n");
+    f.Write("FRAMESERVING/Soft.bat", "copytool.exe %1 %2\n");
+    f.temp.Write("a.wav", "audio a");
+    f.temp.Write("b.wav", "audio b");
+    f.RunBatch("SoftEncode.bat",
+               "Call \"K:\\FRAMESERVING\\Soft.bat\" K:\\a.wav K:\\a.ac3\n"
+               "Call \"K:\\FRAMESERVING\\Soft.bat\" K:\\b.wav K:\\b.ac3\n"
+               "call K:\\FRAMESERVING\\inner.BAT \"x y\" b c d e f g h i j\n");
+    EXPECT_EQ(f.temp.Read("a.ac3"), "audio a");
+    EXPECT_EQ(f.temp.Read("b.ac3"), "audio b");
+    EXPECT_TRUE(f.temp.Exists("x y.txt"));
+    EXPECT_TRUE(f.temp.Exists("100%"));
+    EXPECT_EQ(f.Calls(), "copy\tK:\\a.wav K:\\a.ac3\n"
+                         "copy\tK:\\b.wav K:\\b.ac3\n"
+                         "touch\t\"K:\\x y\" K:\\b K:\\c K:\\d K:\\e K:\\f K:\\g K:\\h K:\\i\n"
+                         "touch\t\"K:\\x y.txt\" K:\\100%\n");
+    // Each program line was logged as a start of its own.
+    EXPECT_EQ(f.log.size(), 5u);
+    EXPECT_EQ(f.log[1], "ShellandWait commandline: copytool.exe K:\\a.wav K:\\a.ac3");
+}
+
+TEST(Batch, ExpandsArgumentsAsWritten) {
+    const std::vector<std::string> arguments = {"\"a b\"", "c"};
+    EXPECT_EQ(ExpandBatchLine("x %1 %~1 %2 %3 %0 %* %% %x", "K:\\s.bat", arguments),
+              "x \"a b\" a b c  K:\\s.bat \"a b\" c % %x");
+    EXPECT_EQ(SplitBatchArguments("  \"K:\\a b.bat\"  x \"y z\"w "),
+              (std::vector<std::string>{"\"K:\\a b.bat\"", "x", "\"y z\"w"}));
+}
+
+TEST(Batch, ProgramLinesRunThroughTheLauncherAndRegeditGoesToTheImport) {
+    BatchFixture f;
+    f.temp.Write("in.txt", "bytes");
+    f.RunBatch("Tools Dir/run.bat",
+               "rem a comment\n"
+               ":: another\n"
+               "\n"
+               "   \"K:\\Tools Dir\\copytool.exe\" \"K:\\in.txt\" \"K:\\out one.txt\"\n"
+               "@K:\\Tools\\copytool.exe K:\\in.txt K:\\out2.txt\n"
+               "C:\\WINDOWS\\regedit.exe /S \"K:\\D_VTS_01\\FRAMESERVING\\SoftEncode.reg\"\n"
+               "regedit /S \"K:\\RegEdit Fix.reg\"\n");
+    EXPECT_EQ(f.temp.Read("out one.txt"), "bytes");
+    EXPECT_EQ(f.temp.Read("out2.txt"), "bytes");
+    EXPECT_EQ(f.imported,
+              (std::vector<std::string>{"K:\\D_VTS_01\\FRAMESERVING\\SoftEncode.reg", "K:\\RegEdit Fix.reg"}));
+    EXPECT_EQ(f.log, (std::vector<std::string>{
+                         "ShellandWait commandline: \"K:\\Tools Dir\\run.bat\"",
+                         "ShellandWait commandline: \"K:\\Tools Dir\\copytool.exe\" \"K:\\in.txt\" \"K:\\out one.txt\"",
+                         "ShellandWait commandline: K:\\Tools\\copytool.exe K:\\in.txt K:\\out2.txt",
+                         "ShellandWait commandline: C:\\WINDOWS\\regedit.exe /S "
+                         "\"K:\\D_VTS_01\\FRAMESERVING\\SoftEncode.reg\"",
+                         "imported K:\\D_VTS_01\\FRAMESERVING\\SoftEncode.reg",
+                         "ShellandWait commandline: regedit /S \"K:\\RegEdit Fix.reg\"",
+                         "imported K:\\RegEdit Fix.reg",
+                     }));
+    ASSERT_EQ(f.runner.History().size(), 3u);
+    EXPECT_EQ(f.runner.History()[0].Kind, LaunchKind::Batch);
+    EXPECT_EQ(f.runner.History()[1].Kind, LaunchKind::Override);
+}
+
+TEST(Batch, AFailingLineIsLoggedAndTheBatchGoesOn) {
+    BatchFixture f;
+    f.temp.Write("a.txt", "a");
+    f.RunBatch("bad.bat",
+               "\"K:\\Missing Tool\\tool.exe\" x\n"
+               "Copy /b K:\\nothing\\*.vob K:\\all.vob\n"
+               "Copy /b K:\\a.txt\n"
+               "Call \"K:\\no such.bat\" 1\n"
+               "regedit /S\n"
+               "touchtool.exe K:\\reached.txt\n");
+    EXPECT_TRUE(f.temp.Exists("reached.txt"));
+    EXPECT_FALSE(f.temp.Exists("all.vob"));
+    std::vector<std::string> failures;
+    for (const auto& line : f.log) {
+        if (line.find("failed:") != std::string::npos) failures.push_back(line);
+    }
+    ASSERT_EQ(failures.size(), 5u);
+    EXPECT_NE(failures[0].find("K:\\Missing Tool\\tool.exe"), std::string::npos) << failures[0];
+    EXPECT_NE(failures[1].find("K:\\nothing\\*.vob"), std::string::npos) << failures[1];
+    EXPECT_NE(failures[3].find("no such.bat"), std::string::npos) << failures[3];
+}
+
+TEST(Batch, AStopRequestEndsTheBatch) {
+    BatchFixture f;
+    int pumps = 0;
+    const auto start = std::chrono::steady_clock::now();
+    f.RunBatch("long.bat",
+               "sleeptool.exe 3000 K:\\slept.txt\n"
+               "touchtool.exe K:\\after.txt\n",
+               [&] {
+                   if (++pumps == 3) f.runner.RequestStop();
+               });
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+    EXPECT_FALSE(f.temp.Exists("slept.txt"));
+    EXPECT_FALSE(f.temp.Exists("after.txt"));
+
+    // Closing a tool's window ends only that tool: the batch goes on.
+    f.runner.ResetStop();
+    f.launcher.AddOverride("vsrip.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, ""});
+    f.RunBatch("rip.bat",
+               "vsrip.exe 3000 K:\\ripped.txt\n"
+               "touchtool.exe K:\\after.txt\n",
+               [&] { f.runner.CloseWindow("VobSub Ripper Wizard"); });
+    EXPECT_FALSE(f.temp.Exists("ripped.txt"));
+    EXPECT_TRUE(f.temp.Exists("after.txt"));
+}
+
+TEST(Batch, CallsThatLoopAreCutOff) {
+    BatchFixture f;
+    f.RunBatch("loop.bat", "Call K:\\loop.bat\n");
+    bool cut = false;
+    for (const auto& line : f.log) cut = cut || line.find("levels deep") != std::string::npos;
+    EXPECT_TRUE(cut);
+}
+
+}  // namespace
+}  // namespace kestrova::platform
