@@ -82,7 +82,8 @@ TEST(ProcessRunner, ThePumpIsServedAboutEvery100MsWhileWaiting) {
     f.runner.pause250();
     EXPECT_GE(MsSince(pauseStart), 249);  // the counter counts whole milliseconds
     EXPECT_LT(MsSince(pauseStart), 400);
-    EXPECT_EQ(pumpTimes.size(), 3u);
+    EXPECT_GE(pumpTimes.size(), 2u);  // at 0, 100 and 200 ms, give or take a slow machine
+    EXPECT_LE(pumpTimes.size(), 3u);
     EXPECT_EQ(f.runner.MsgWaitObj(0), ProcessRunner::kWaitTimeout);
     EXPECT_THROW(f.runner.MsgWaitObj(-1), Error);
 }
