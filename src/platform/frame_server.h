@@ -1,0 +1,34 @@
+// Frame server information: the width, height, rate, scale and length of
+// the video an Avisynth script delivers, as the system's AVI file interface
+// reports them on Windows. The script is evaluated here for the subset of
+// Avisynth the job writes: import and plugin lines, the MPEG-2 source over a
+// D2V project file, and the filters that change size, rate or length. A
+// script that Avisynth could not run gives Avisynth's error clip (640x480,
+// 24 frames a second, 240 frames), which the job recognises by its shape.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/path_space.h"
+
+namespace kestrova::platform {
+
+struct AviStreamInfo {
+    std::int32_t Width = 0;
+    std::int32_t Height = 0;
+    std::uint32_t Rate = 0;
+    std::uint32_t Scale = 1;
+    std::int32_t Length = 0;
+    bool ErrorClip = false;
+    std::string Error;  // the fault, naming the script and line, when ErrorClip is true
+};
+
+// Evaluates the script at the host path. Windows paths inside the script
+// (the D2V project and the video files it lists) are mapped through the
+// path space; a relative one is taken from the script's folder. Never
+// throws for a fault in the script or the files it reads: that is the
+// error clip.
+AviStreamInfo ReadAviStreamInfo(const std::string& scriptHostPath, const PathSpace& paths);
+
+}  // namespace kestrova::platform
