@@ -1,0 +1,139 @@
+// Version resources of PE files: real layouts made by the test builder, files
+// that are not programs or carry no version, and damaged files of every
+// length and with random bytes changed, which must never be read out of range.
+#include "platform/version_info.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "platform/error.h"
+#include "support/pe_builder.h"
+#include "support/temp_folder.h"
+
+namespace kestrova::platform {
+namespace {
+
+test::PeVersion With(test::PeVersion version, std::optional<std::array<std::uint16_t, 4>> product, bool plus) {
+    version.ProductVersion = product;
+    version.Pe32Plus = plus;
+    return version;
+}
+
+TEST(VersionInfo, ReadsFixedVersionsAndDescriptionOfBuiltFiles) {
+    struct Case {
+        test::PeVersion Version;
+        const char* File;
+        const char* Product;
+    };
+    const Case cases[] = {
+        {{3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"}, "3.5.4.0", "3.5.4.0"},
+        {With({1, 2, 3, 4, "PgcDemux"}, std::array<std::uint16_t, 4>{5, 6, 7, 8}, false), "1.2.3.4", "5.6.7.8"},
+        {With({65535, 0, 65535, 1, "Encodeur vidéo \xE2\x84\xA2 \xF0\x9F\x8E\xAC"}, std::nullopt, true),
+         "65535.0.65535.1", "65535.0.65535.1"},
+        {With({0, 0, 0, 0, "", "Nothing described"}, std::array<std::uint16_t, 4>{9, 8, 7, 6}, true), "0.0.0.0",
+         "9.8.7.6"},
+    };
+    test::TempFolder temp;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.File);
+        temp.Write("program.exe", test::BuildPeWithVersion(c.Version));
+        const std::optional<VersionInfo> info = ReadVersionInfo(temp.Host("program.exe"));
+        ASSERT_TRUE(info.has_value());
+        EXPECT_EQ(info->StructureVersion, "1.0");
+        EXPECT_EQ(info->FileVersion, c.File);
+        EXPECT_EQ(info->ProductVersion, c.Product);
+        EXPECT_EQ(info->FileDescription, c.Version.FileDescription);
+    }
+}
+
+TEST(VersionInfo, FilesWithoutVersionResourceGiveNothing) {
+    test::TempFolder temp;
+    temp.Write("noversion.exe", test::BuildPeWithoutVersion());
+    temp.Write("readme.txt", "MZ is how this text starts, but it is no program at all, not even close to one.");
+    temp.Write("empty.exe", "");
+    EXPECT_FALSE(ReadVersionInfo(temp.Host("noversion.exe")).has_value());
+    EXPECT_FALSE(ReadVersionInfo(temp.Host("readme.txt")).has_value());
+    EXPECT_FALSE(ReadVersionInfo(temp.Host("empty.exe")).has_value());
+    EXPECT_FALSE(ReadVersionInfo(temp.Host("missing.exe")).has_value());
+    EXPECT_FALSE(ReadVersionInfo(temp.Host()).has_value());  // a folder
+}
+
+TEST(VersionInfo, DamagedResourceIsReportedWithFileAndOffset) {
+    test::TempFolder temp;
+    std::string bytes = test::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
+    // Break the fixed part's signature, wherever the builder put it.
+    const std::string signature("\xBD\x04\xEF\xFE", 4);
+    const std::size_t at = bytes.find(signature);
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = 'X';
+    temp.Write("broken.exe", bytes);
+    try {
+        ReadVersionInfo(temp.Host("broken.exe"));
+        FAIL() << "a broken signature was accepted";
+    } catch (const Error& error) {
+        const std::string text = error.what();
+        EXPECT_NE(text.find(temp.Host("broken.exe")), std::string::npos) << text;
+        EXPECT_NE(text.find("offset " + std::to_string(at)), std::string::npos) << text;
+        EXPECT_NE(text.find("0xFEEF04BD"), std::string::npos) << text;
+    }
+}
+
+// Every prefix of a valid file and a few thousand files with random bytes
+// changed: each read gives a result, nothing, or an Error; the sanitizers
+// catch any read out of range.
+TEST(VersionInfo, TruncatedAndCorruptedFilesNeverReadOutOfRange) {
+    test::TempFolder temp;
+    const std::string path = temp.Host("fuzz.exe");
+    const std::string valid = test::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
+    const std::string valid64 = test::BuildPeWithVersion(With({1, 0, 0, 7, "Sixty-four"}, std::nullopt, true));
+    int read = 0;
+    int nothing = 0;
+    int errors = 0;
+    auto attempt = [&](const std::string& bytes) {
+        temp.Write("fuzz.exe", bytes);
+        try {
+            if (ReadVersionInfo(path).has_value()) {
+                ++read;
+            } else {
+                ++nothing;
+            }
+        } catch (const Error& error) {
+            ++errors;
+            EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
+        }
+    };
+    // The version resource lies before the manifest, ending at most three
+    // bytes of padding before it: a file cut inside it must not give a
+    // version, a file cut after it must.
+    const std::size_t manifest = valid.find("<?xml");
+    ASSERT_NE(manifest, std::string::npos);
+    for (std::size_t length = 0; length < valid.size(); ++length) {
+        const int before = read;
+        attempt(valid.substr(0, length));
+        if (length + 3 < manifest) {
+            EXPECT_EQ(read, before) << "a file cut at " << length << " still gave a version";
+        } else if (length >= manifest) {
+            EXPECT_EQ(read, before + 1) << "a file cut at " << length << " after the version";
+        }
+    }
+    read = 0;
+    std::mt19937 random(20240611);
+    for (int round = 0; round < 3000; ++round) {
+        std::string bytes = round % 2 == 0 ? valid : valid64;
+        // The headers and the resource section are where the reader looks.
+        const int flips = 1 + static_cast<int>(random() % 4);
+        for (int i = 0; i < flips; ++i) {
+            const std::size_t at = random() % 2 == 0 ? random() % 0x200 : 0x200 + random() % (bytes.size() - 0x200);
+            bytes[at] = static_cast<char>(random() % 256);
+        }
+        attempt(bytes);
+    }
+    // The corruption must have driven every outcome, or the loop tests little.
+    EXPECT_GT(read, 0);
+    EXPECT_GT(nothing, 0);
+    EXPECT_GT(errors, 0);
+}
+
+}  // namespace
+}  // namespace kestrova::platform
