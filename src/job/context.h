@@ -1,0 +1,101 @@
+// The one job context: every program-wide value of a run is a field here,
+// passed by reference to each stage, so tests can build as many
+// independent jobs as they like.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "dvd/model.h"
+#include "job/job_view.h"
+#include "job/run_log.h"
+#include "job/settings.h"
+#include "job/timecode.h"
+#include "platform/files.h"
+#include "platform/process.h"
+#include "platform/questions.h"
+#include "platform/registry.h"
+#include "platform/trace.h"
+
+namespace kestrova {
+
+struct JobContext {
+    JobContext(platform::FileSystem& files, platform::Registry& registry, platform::ProcessRunner& runner,
+               platform::Questions& questions, platform::Trace& trace, JobView& view);
+    JobContext(const JobContext&) = delete;
+    JobContext& operator=(const JobContext&) = delete;
+
+    // Services of the platform and the window.
+    platform::FileSystem& Files;
+    platform::Registry& Registry;
+    platform::ProcessRunner& Runner;
+    platform::Questions& Questions;
+    platform::Trace& Trace;
+    JobView& View;
+
+    // Options and process state; item 1 of each is the record.
+    Collection<Settings_Properties> Settings;
+    Collection<Temp_Settings_Properties> Temp_Settings;
+    Settings_Properties& Options() { return Settings.Item(1); }
+    Temp_Settings_Properties& State() { return Temp_Settings.Item(1); }
+
+    Log RunLog;
+    Log RecoveryJournal;
+
+    // The folder the program and its tools stand in, and the Windows and
+    // system folders (drive paths).
+    std::string ProgramFolder;
+    std::string WindowsFolder = "C:\\WINDOWS";
+    std::string SystemFolder = "C:\\WINDOWS\\system32";
+    // The Scenarist automation version from the registry; empty when
+    // Scenarist is not installed.
+    std::string ScenaristVersion;
+
+    // Job state of a run; flags are 0 and -1.
+    std::int16_t JobRunning = 0;
+    std::int16_t StopRequested = 0;
+    std::int16_t ClosingDown = 0;
+    std::int16_t CloseAfterJob = 0;
+    std::int16_t UnattendedRun = 0;
+    std::string OutputFolder;
+    std::string JobRoot;
+    std::string WorkFolder;
+    std::int16_t DomainIndex = 0;
+    std::vector<std::string> SelectedMenus;  // from index 1; index 0 unused
+    std::string CommandLine;
+    std::string SourceDrive;
+    // VideoStandard ("PAL" or "NTSC"), FramesPerSecond, and the conversion
+    // switch, which a run copies from Settings when it starts.
+    TimeBase Timing;
+
+    // The source and output boxes of the window, which the job reads.
+    std::string Text1;
+    std::string Text2;
+
+    // VOB names read back from a journal, from index 0.
+    std::vector<std::string> JournalMenus;
+
+    // Positions of the two bars (0 to 100) and whether the encoders write
+    // into the demultiplexed folders rather than FRAMESERVING.
+    int StageBar = 0;
+    int JobBar = 0;
+    std::int16_t RejigMode = 0;
+    // Set when the SoftEncode self-test window had to be closed by the wait.
+    std::int16_t SoftEncodeTestClosed = 0;
+
+    // The disc being worked on.
+    VTS DiscModel;
+
+    // What the last GetFileCount found, from index 1 (index 0 unused).
+    std::vector<std::string> FileList;
+    // Texts set by volumename, FreeSpace and DisplayVerInfo.
+    std::string VolumeText;
+    double FreeSpaceGB = 0;
+    std::string VerInfoPath;
+    std::string StructureVersionText;
+    std::string FileVersionText;
+    std::string ProductVersionText;
+};
+
+}  // namespace kestrova

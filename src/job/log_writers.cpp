@@ -1,0 +1,52 @@
+// Writing helpers of the run log, journal and log list: see log_writers.h.
+#include "job/log_writers.h"
+
+#include "platform/clock.h"
+#include "platform/error.h"
+
+namespace kestrova {
+
+namespace {
+
+bool RunLogEnabled(JobContext& job) { return job.Settings.Count() > 0 && job.Options().Default_Enable_Log == 1; }
+
+// A failed write turns that log off; the job goes on and the failure is
+// reported to the trace facility.
+void Write(JobContext& job, Log& log, const std::string& text, const char* procedure) {
+    try {
+        log.output(text, 9);
+    } catch (const Error& failure) {
+        job.Trace.Report(failure.what(), 0, "RunLog", procedure);
+    }
+}
+
+}  // namespace
+
+void WLF(JobContext& job, const std::string& text) {
+    if (!RunLogEnabled(job)) return;
+    Write(job, job.RunLog, kBannerRule, "WLF");
+    Write(job, job.RunLog, BannerTitle(text), "WLF");
+    Write(job, job.RunLog, kBannerRule, "WLF");
+}
+
+void WLOG(JobContext& job, const std::string& text) {
+    if (!RunLogEnabled(job)) return;
+    Write(job, job.RunLog, text, "WLOG");
+}
+
+void RLOG(JobContext& job, const std::string& text) { Write(job, job.RecoveryJournal, text, "RLOG"); }
+
+void LogWindow(JobContext& job, const std::string& text, bool indent) {
+    const std::string time = platform::LocalTimeText();
+    auto& state = job.State();
+    if (!text.empty()) {
+        job.View.AddListLine(time + (indent ? "      " : " ") + text);
+        state.CurrentProcedure = text;
+    } else {
+        job.View.AddListLine(time + " " + state.CurrentProcedure + " is complete");
+        job.View.AddListLine(time + " ");
+    }
+    job.View.ServeMessages();
+}
+
+}  // namespace kestrova

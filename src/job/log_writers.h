@@ -1,0 +1,22 @@
+// The writing helpers every stage uses: banners and lines in the run log,
+// bare lines in the journal, and lines in the window's log list.
+#pragma once
+
+#include <string>
+
+#include "job/context.h"
+
+namespace kestrova {
+
+// A banner in the run log (three lines), when logging is on.
+void WLF(JobContext& job, const std::string& text);
+// One line in the run log at severity 9, when logging is on.
+void WLOG(JobContext& job, const std::string& text);
+// One line in the journal at severity 9, always, so a job can be resumed.
+void RLOG(JobContext& job, const std::string& text);
+// One line in the log list: the time, 6 blanks (indented) or 1, the text.
+// An empty text closes the step the last call opened: "<time> <step> is
+// complete" and a line with only the time.
+void LogWindow(JobContext& job, const std::string& text, bool indent = false);
+
+}  // namespace kestrova

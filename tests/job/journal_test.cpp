@@ -1,0 +1,126 @@
+// Reading a journal back and the recovery decision it leads to.
+#include "job/journal.h"
+
+#include <gtest/gtest.h>
+
+#include "support/job_fixture.h"
+
+namespace kestrova {
+namespace {
+
+const char* const kJournal =
+    "#LANGUAGE: English\r\n"
+    "#ROOT FOLDER: K:\\JOB\r\n"
+    "#VOLUME NAME: MY_DISC\r\n"
+    "#CONVERSION\r\n"
+    "#MUXMAN\r\n"
+    "#FOLDER: K:\\SOURCE\r\n"
+    "#VIDEO_TS.VOB\r\n"
+    "#VTS_12_0.VOB\r\n"
+    "VOBSUB\r\n"  // before the first "-----": not a resume point
+    "-----\r\n"
+    "VID\r\n"
+    "DEMUXED VOB ID\r\n"
+    "VOBSUB\r\n"
+    "\r\n"
+    "-----\r\n"
+    "VTS12\r\n"
+    "DEMUXED VOB ID\r\n"
+    "MPV ENCODED\r\n";
+
+TEST(Journal, LinesGiveHeadFieldsMenusAndResumePoints) {
+    const JournalReading r = ReadJournalLines({"#LANGUAGE: Deutsch", "#ROOT FOLDER: K:\\JOB", "#VOLUME NAME: DISC",
+                                               "#SCENARIST", "#FOLDER: D:", "#VTS_01_0.VOB", "VSCONV", "-----",
+                                               "VTS1", "VSCONV", "#VIDEO_TS.VOB"});
+    EXPECT_EQ(r.Language, "Deutsch");
+    EXPECT_EQ(r.Root, "K:\\JOB");
+    EXPECT_EQ(r.VolumeName, "DISC");
+    EXPECT_EQ(r.Source, "D:");
+    EXPECT_TRUE(r.Scenarist);
+    EXPECT_FALSE(r.Muxman);
+    EXPECT_FALSE(r.Conversion);
+    // "#VOLUME NAME" is a head line, not a menu.
+    EXPECT_EQ(r.JournalMenus, (std::vector<std::string>{"VTS_01_0.VOB", "VIDEO_TS.VOB"}));
+    EXPECT_EQ(r.ResumePoints, (std::vector<std::string>{"VTS1 - VSCONV"}));
+
+    EXPECT_TRUE(ReadJournalLines({"#FOLDER: X", "VID", "VOBSUB"}).ResumePoints.empty());
+}
+
+TEST(Journal, BrowseSetsTheJobAndKeepsTheFirstStateOnce) {
+    test::JobFixture f;
+    f.temp.Write("JOB/Kestrova_Recovery.LOG", kJournal);
+    JournalReading reading;
+    EXPECT_FALSE(BrowseJournal(f.job, "K:\\JOB\\missing_Kestrova_Recovery.LOG", reading));
+    f.temp.Write("JOB/other.LOG", kJournal);
+    EXPECT_FALSE(BrowseJournal(f.job, "K:\\JOB\\other.LOG", reading));
+    EXPECT_EQ(f.job.State().Recover, 0);
+
+    ASSERT_TRUE(BrowseJournal(f.job, "K:\\job\\kestrova_recovery.log", reading));
+    EXPECT_EQ(reading.ResumePoints, (std::vector<std::string>{"VID - DEMUXED VOB ID", "VID - VOBSUB",
+                                                              "VTS12 - DEMUXED VOB ID", "VTS12 - MPV ENCODED"}));
+    EXPECT_EQ(f.job.State().Root, "K:\\JOB");
+    EXPECT_EQ(f.job.OutputFolder, "K:\\JOB");
+    EXPECT_EQ(f.job.State().RecoveryLanguage, "English");
+    EXPECT_EQ(f.job.State().Recover, -1);
+    EXPECT_EQ(f.job.JournalMenus, (std::vector<std::string>{"VIDEO_TS.VOB", "VTS_12_0.VOB"}));
+    EXPECT_EQ(f.job.Options().Conversion, 1);
+    // No Muxman.exe in the program folder: Scenarist stays, and the user is told.
+    EXPECT_EQ(f.job.Options().Muxman, 0);
+    ASSERT_EQ(f.questions.History().size(), 1u);
+    EXPECT_EQ(f.questions.History()[0].Text, "Muxman does not exist in the install folder");
+    // Made as the user spelled the journal's name.
+    EXPECT_EQ(f.temp.Read("JOB/kestrova_recovery.log.bak"), kJournal);
+
+    // A second browse after the journal changed keeps the first copy.
+    f.temp.Write("JOB/Kestrova_Recovery.LOG", "#MUXMAN\r\n");
+    f.temp.Write("Program/Muxman.exe", "MZ");
+    ASSERT_TRUE(BrowseJournal(f.job, "K:\\JOB\\Kestrova_Recovery.LOG", reading));
+    EXPECT_EQ(f.temp.Read("JOB/kestrova_recovery.log.bak"), kJournal);
+    EXPECT_EQ(f.job.Options().Muxman, 1);
+}
+
+TEST(Journal, LoadDataAndRecoverySkipCompareDomainAndStage) {
+    test::JobFixture f;
+    auto& state = f.job.State();
+    state.Recover = -1;
+
+    LoadData(f.job, "VTS12 - VOBSUB");
+    EXPECT_EQ(state.RecoveryVTS, 13);
+    EXPECT_EQ(state.RecoveryModule, 1);
+
+    LoadData(f.job, "VID - DVD2AVI");
+    EXPECT_EQ(state.RecoveryVTS, 1);
+    EXPECT_EQ(state.RecoveryModule, 3);
+
+    LoadData(f.job, "VTS2 - SOMETHING ELSE");  // unknown mark: the stage stays
+    EXPECT_EQ(state.RecoveryVTS, 3);
+    EXPECT_EQ(state.RecoveryModule, 3);
+
+    // Resume at VTS 2, stage 3: everything of earlier domains is skipped,
+    // stages up to 3 of that domain too, nothing after it.
+    f.job.DomainIndex = 2;
+    EXPECT_TRUE(RecoverySkip(f.job, 6));
+    f.job.DomainIndex = 3;
+    EXPECT_TRUE(RecoverySkip(f.job, 0));
+    EXPECT_TRUE(RecoverySkip(f.job, 3));
+    EXPECT_FALSE(RecoverySkip(f.job, 4));
+    f.job.DomainIndex = 4;
+    EXPECT_FALSE(RecoverySkip(f.job, 0));
+
+    // The last domain's "MPV ENCODED" skips its encoding too.
+    LoadData(f.job, "VTS3 - MPV ENCODED");
+    f.job.DomainIndex = 4;
+    EXPECT_TRUE(RecoverySkip(f.job, 6));
+
+    LoadData(f.job, "");
+    EXPECT_EQ(state.Recover, 0);
+    EXPECT_FALSE(RecoverySkip(f.job, 0));
+}
+
+TEST(Journal, EveryMarkHasItsStage) {
+    for (int stage = 0; stage < 7; ++stage) EXPECT_EQ(StageOfMark(kStageMarks[stage]), stage);
+    EXPECT_EQ(StageOfMark("DEMUXED"), -1);
+}
+
+}  // namespace
+}  // namespace kestrova

@@ -1,0 +1,111 @@
+// Run log, journal and their writing helpers.
+#include "job/run_log.h"
+
+#include <gtest/gtest.h>
+
+#include "job/log_writers.h"
+#include "platform/error.h"
+#include "support/job_fixture.h"
+
+namespace kestrova {
+namespace {
+
+TEST(Banner, TitleIsCentredInFiftyCharactersOrWrittenWhole) {
+    const std::string renaming = BannerTitle("Renaming Files");
+    EXPECT_EQ(renaming, "|" + std::string(17, ' ') + "RENAMING FILES" + std::string(19, ' ') + "|");
+    EXPECT_EQ(BannerTitle("x").size(), 52u);
+    EXPECT_EQ(BannerTitle("ab").substr(0, 25), "|" + std::string(23, ' ') + "A");
+
+    const std::string fifty(50, 'a');
+    EXPECT_EQ(BannerTitle(fifty), "|" + std::string(50, 'A') + "|");
+    const std::string fiftyOne(51, 'b');
+    EXPECT_EQ(BannerTitle(fiftyOne), "|" + std::string(51, 'B') + "|");
+    EXPECT_EQ(kBannerRule, std::string(52, '-'));
+}
+
+TEST(Log, OptionsAndSeverityShapeEachLine) {
+    test::JobFixture f;
+    Log log(f.files);
+    log.SetClock([] { return std::string("DATE TIME"); });
+    log.output("not active yet", 9);
+    EXPECT_FALSE(f.temp.Exists("a.log"));
+
+    log.File("K:\\a.log");
+    EXPECT_TRUE(log.Active());
+    log.SeverityLevel(5);
+    log.output("both prefixes", 5);        // options start as 3
+    log.output("below the level", 4);
+    log.Options(Log::kDateTime);
+    log.output("date only", 9);
+    log.Options(0);
+    log.SeverityLevel(0);
+    log.output("bare", 0);
+    log.SeverityLevel(-1);
+    log.output("never", 32000);
+    EXPECT_EQ(f.temp.Read("a.log"), "5\tDATE TIME\tboth prefixes\r\nDATE TIME\tdate only\r\nbare\r\n");
+
+    log.Reset();
+    EXPECT_FALSE(f.temp.Exists("a.log"));
+    log.Reset();  // a missing file is fine
+}
+
+TEST(Log, FailedWriteTurnsTheLogOffAndSaysSo) {
+    test::JobFixture f;
+    f.temp.Write("folder/keep", "");
+    Log log(f.files);
+    log.File("K:\\folder");  // a folder cannot take a line
+    try {
+        log.output("x", 9);
+        FAIL() << "a write into a folder must fail";
+    } catch (const Error& failure) {
+        EXPECT_NE(std::string(failure.what()).find("Log::Output"), std::string::npos);
+    }
+    EXPECT_FALSE(log.Active());
+    log.output("quiet now", 9);  // off: no second failure
+}
+
+TEST(LogWriters, RunLogObeysTheLogSettingWhileTheJournalAlwaysWrites) {
+    test::JobFixture f;
+    f.job.RunLog.File("K:\\Kestrova.LOG");
+    f.job.RecoveryJournal.File("K:\\Kestrova_Recovery.LOG");
+
+    WLOG(f.job, "dropped");
+    RLOG(f.job, "-----");
+    f.job.Options().Default_Enable_Log = 1;
+    WLF(f.job, "Processing VTS_01_0.VOB");
+    WLOG(f.job, "kept");
+    RLOG(f.job, "VTS1");
+
+    const std::string stamp = "2026-11-23 08:00:00\t";
+    EXPECT_EQ(f.temp.Read("Kestrova.LOG"), stamp + kBannerRule + "\r\n" + stamp +
+                                               BannerTitle("Processing VTS_01_0.VOB") + "\r\n" + stamp +
+                                               kBannerRule + "\r\n" + stamp + "kept\r\n");
+    EXPECT_EQ(f.temp.Read("Kestrova_Recovery.LOG"), "-----\r\nVTS1\r\n");
+}
+
+TEST(LogWriters, FailedWriteIsReportedAndTheJobGoesOn) {
+    test::JobFixture f;
+    f.temp.Write("dir/x", "");
+    f.job.RecoveryJournal.File("K:\\dir");
+    RLOG(f.job, "DVD2AVI");
+    RLOG(f.job, "MPV ENCODED");
+    ASSERT_EQ(f.trace.Reports().size(), 1u);
+    EXPECT_NE(f.trace.Reports()[0].find("Log::Output"), std::string::npos);
+}
+
+TEST(LogWriters, LogWindowOpensAndClosesSteps) {
+    test::JobFixture f;
+    LogWindow(f.job, "Demuxing VTS_01_0.VOB");
+    LogWindow(f.job, "details", true);
+    LogWindow(f.job, "");
+    ASSERT_EQ(f.view.Lines.size(), 4u);
+    // Time of day "hh:mm:ss" in front of each line.
+    EXPECT_EQ(f.view.Lines[0].substr(8), " Demuxing VTS_01_0.VOB");
+    EXPECT_EQ(f.view.Lines[1].substr(8), "      details");
+    EXPECT_EQ(f.view.Lines[2].substr(8), " details is complete");
+    EXPECT_EQ(f.view.Lines[3].substr(8), " ");
+    EXPECT_EQ(f.view.Served, 3);
+}
+
+}  // namespace
+}  // namespace kestrova

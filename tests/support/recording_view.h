@@ -1,0 +1,36 @@
+// A job view that keeps everything it was shown, for tests.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "job/job_view.h"
+
+namespace kestrova::test {
+
+class RecordingView : public JobView {
+public:
+    void AddListLine(const std::string& line) override { Lines.push_back(line); }
+    void ShowStageBar(int value, int maximum) override {
+        StageValue = value;
+        StageMaximum = maximum;
+    }
+    void ShowJobBar(int value, int maximum) override {
+        JobValue = value;
+        JobMaximum = maximum;
+    }
+    void ShowCaption(const std::string& caption) override { Caption = caption; }
+    void ServeMessages() override {
+        ++Served;
+        if (OnServe) OnServe(Served);
+    }
+
+    std::vector<std::string> Lines;
+    int StageValue = 0, StageMaximum = 100, JobValue = 0, JobMaximum = 100, Served = 0;
+    std::string Caption;
+    // Runs at each serve: where a test clicks stop.
+    std::function<void(int)> OnServe;
+};
+
+}  // namespace kestrova::test
