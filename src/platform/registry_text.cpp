@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/path_space.h"
+#include "platform/text_encoding.h"
 
 namespace kestrova::platform {
 
@@ -118,24 +119,6 @@ std::string JoinContinuation(const std::vector<TextLine>& lines, std::size_t& in
         data += Trim(lines[index].Text);
     }
     return data;
-}
-
-void AppendUtf8(std::string& out, std::uint32_t code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (code >> 18));
-        out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
 }
 
 // ---- REGEDIT4 -------------------------------------------------------------

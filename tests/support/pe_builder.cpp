@@ -7,9 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "platform/text_encoding.h"
+
 namespace kestrova::test {
 
 namespace {
+
+using platform::Utf8ToUtf16;
 
 constexpr std::uint32_t kFileAlignment = 0x200;
 constexpr std::uint32_t kSectionAlignment = 0x1000;
@@ -41,36 +45,6 @@ void PadTo(std::string& out, std::size_t alignment) {
 
 std::uint32_t AlignUp(std::uint32_t value, std::uint32_t alignment) {
     return (value + alignment - 1) / alignment * alignment;
-}
-
-std::u16string Utf8ToUtf16(const std::string& text) {
-    std::u16string out;
-    for (std::size_t i = 0; i < text.size();) {
-        const unsigned char lead = static_cast<unsigned char>(text[i]);
-        std::uint32_t code = lead;
-        int extra = 0;
-        if (lead >= 0xF0) {
-            code = lead & 0x07;
-            extra = 3;
-        } else if (lead >= 0xE0) {
-            code = lead & 0x0F;
-            extra = 2;
-        } else if (lead >= 0xC0) {
-            code = lead & 0x1F;
-            extra = 1;
-        }
-        ++i;
-        for (int k = 0; k < extra && i < text.size(); ++k, ++i)
-            code = (code << 6) | (static_cast<unsigned char>(text[i]) & 0x3F);
-        if (code >= 0x10000) {
-            code -= 0x10000;
-            out += static_cast<char16_t>(0xD800 + (code >> 10));
-            out += static_cast<char16_t>(0xDC00 + (code & 0x3FF));
-        } else {
-            out += static_cast<char16_t>(code);
-        }
-    }
-    return out;
 }
 
 void PutUtf16z(std::string& out, const std::u16string& text) {
