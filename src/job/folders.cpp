@@ -268,6 +268,18 @@ std::string VersionOfFile(JobContext& job, const std::string& path) {
     return job.FileVersionText;
 }
 
+std::string QualifyPath(const std::string& path) {
+    return !path.empty() && path.back() == '\\' ? path : path + "\\";
+}
+
+std::string TrimNull(const std::string& text) { return text.substr(0, text.find('\0')); }
+
+std::string StripNulls(const std::string& text) { return TrimNull(text); }
+
+std::string GetWinDir(const JobContext& job) { return job.WindowsFolder; }
+
+std::string GetSystemDir(const JobContext& job) { return job.SystemFolder; }
+
 std::string fGetSpecialFolder(JobContext& job, int folderId) {
     if (folderId == 5) return job.Files.DocumentsFolder();
     if (folderId == 16) return job.Files.DesktopFolder();

@@ -80,6 +80,14 @@ void DisplayVerInfo(JobContext& job);
 // The file version of a file, through DisplayVerInfo; empty means not found.
 std::string VersionOfFile(JobContext& job, const std::string& path);
 
+// Path helpers: a folder with its closing "\", a text cut at its first
+// NUL, and the Windows and system folders.
+std::string QualifyPath(const std::string& path);
+std::string TrimNull(const std::string& text);
+std::string StripNulls(const std::string& text);
+std::string GetWinDir(const JobContext& job);
+std::string GetSystemDir(const JobContext& job);
+
 // The path of a special folder: 5 is the user's documents, 16 the desktop.
 std::string fGetSpecialFolder(JobContext& job, int folderId);
 

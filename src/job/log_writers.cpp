@@ -22,6 +22,22 @@ void Write(JobContext& job, Log& log, const std::string& text, const char* proce
 
 }  // namespace
 
+void OpenProgramLogs(JobContext& job) {
+    job.RunLog.File(job.ProgramFolder + "\\Kestrova.LOG");
+    job.RecoveryJournal.File(job.ProgramFolder + "\\Kestrova_Recovery.LOG");
+}
+
+void MoveLogsToJobRoot(JobContext& job) {
+    job.RunLog.File(job.JobRoot + "\\Kestrova.LOG");
+    job.RecoveryJournal.File(job.JobRoot + "\\Kestrova_Recovery.LOG");
+    try {
+        job.RunLog.Reset();
+        job.RecoveryJournal.Reset();
+    } catch (const Error& failure) {
+        job.Trace.Report(failure.what(), 0, "RunLog", "MoveLogsToJobRoot");
+    }
+}
+
 void WLF(JobContext& job, const std::string& text) {
     if (!RunLogEnabled(job)) return;
     Write(job, job.RunLog, kBannerRule, "WLF");

@@ -8,6 +8,11 @@
 
 namespace kestrova {
 
+// The two logs beside the program, as the program starts.
+void OpenProgramLogs(JobContext& job);
+// The two logs move into the job's root folder, both begun anew.
+void MoveLogsToJobRoot(JobContext& job);
+
 // A banner in the run log (three lines), when logging is on.
 void WLF(JobContext& job, const std::string& text);
 // One line in the run log at severity 9, when logging is on.

@@ -83,6 +83,23 @@ TEST(LogWriters, RunLogObeysTheLogSettingWhileTheJournalAlwaysWrites) {
     EXPECT_EQ(f.temp.Read("Kestrova_Recovery.LOG"), "-----\r\nVTS1\r\n");
 }
 
+TEST(LogWriters, LogsStartBesideTheProgramAndMoveIntoTheJob) {
+    test::JobFixture f;
+    f.job.Options().Default_Enable_Log = 1;
+    f.files.MakeFolder(f.job.ProgramFolder);
+    OpenProgramLogs(f.job);
+    WLOG(f.job, "Main Loaded");
+    EXPECT_TRUE(f.temp.Exists("Program/Kestrova.LOG"));
+
+    f.temp.Write("JOB/Kestrova_Recovery.LOG", "an earlier run\r\n");
+    f.job.JobRoot = "K:\\JOB";
+    MoveLogsToJobRoot(f.job);
+    EXPECT_FALSE(f.temp.Exists("JOB/Kestrova_Recovery.LOG"));
+    RLOG(f.job, "#MUXMAN");
+    EXPECT_EQ(f.temp.Read("JOB/Kestrova_Recovery.LOG"), "#MUXMAN\r\n");
+    EXPECT_EQ(f.job.RunLog.File(), "K:\\JOB\\Kestrova.LOG");
+}
+
 TEST(LogWriters, FailedWriteIsReportedAndTheJobGoesOn) {
     test::JobFixture f;
     f.temp.Write("dir/x", "");

@@ -1,0 +1,72 @@
+// Questions on the console, scripted answers, and the trace facility.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <stdexcept>
+
+#include "platform/questions.h"
+#include "platform/trace.h"
+
+namespace kestrova::platform {
+namespace {
+
+TEST(Questions, ConsoleAsksUntilItGetsAnAnswer) {
+    std::istringstream in("maybe\nY\n\nno\n");
+    std::ostringstream out;
+    ConsoleQuestions console(in, out, false);
+    EXPECT_TRUE(console.AskYesNo("Delete existing folder?", "Kestrova", false));
+    EXPECT_FALSE(console.AskYesNo("Continue anyway?", "ReBuilder Error", true));
+    EXPECT_NE(out.str().find("[ReBuilder Error] Continue anyway? (y/n)"), std::string::npos);
+    // Input closed: the unattended answer.
+    EXPECT_TRUE(console.AskYesNo("Again?", "Quit?", true));
+}
+
+TEST(Questions, UnattendedConsoleTakesTheUnattendedAnswerAndNotesIt) {
+    std::istringstream in("n\n");
+    std::ostringstream out;
+    std::vector<std::string> notes;
+    ConsoleQuestions console(in, out, true, [&notes](const std::string& note) { notes.push_back(note); });
+    EXPECT_TRUE(console.AskYesNo("Switch to Muxman?", "Vob Count Error", true));
+    console.ShowMessage("SOMETHING WENT WRONG - ABORTING", "Kestrova", MessageKind::Critical);
+    EXPECT_EQ(console.ChooseFolder("Output"), "");
+    ASSERT_EQ(notes.size(), 2u);
+    EXPECT_EQ(notes[0], "Question \"Vob Count Error\": Switch to Muxman? - answered Yes (unattended)");
+    EXPECT_NE(out.str().find("Error [Kestrova]: SOMETHING WENT WRONG - ABORTING"), std::string::npos);
+}
+
+TEST(Questions, ScriptedAnswersInOrderThenTheUnattendedOne) {
+    ScriptedQuestions scripted;
+    scripted.AnswerNo();
+    scripted.AnswerPath("K:\\JOB\\Kestrova_Recovery.LOG");
+    EXPECT_FALSE(scripted.AskYesNo("a", "t", true));
+    EXPECT_EQ(scripted.ChooseFile("Browse for your Kestrova_Recovery.LOG file", "Kestrova_Recovery|*.LOG"),
+              "K:\\JOB\\Kestrova_Recovery.LOG");
+    EXPECT_TRUE(scripted.AskYesNo("b", "t", true));
+    scripted.ShowMessage("told", "t", MessageKind::Information);
+    ASSERT_EQ(scripted.History().size(), 4u);
+    EXPECT_FALSE(scripted.History()[3].WasQuestion);
+}
+
+TEST(Trace, AReportSaysWhereAndHowItGotThere) {
+    Trace trace;
+    std::vector<std::string> sink;
+    trace.SetSink([&sink](const std::string& line) { sink.push_back(line); });
+    try {
+        TraceFrame outer(trace, "modMain", "StartKestrova");
+        TraceFrame inner(trace, "modDemux", "EnableDemuxing");
+        trace.Report("File not found", 42, "modDemux", "EnableDemuxing");
+        throw std::runtime_error("unwinds");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_TRUE(trace.Stack().empty()) << "frames are left as the exception passes";
+    ASSERT_EQ(sink.size(), 1u);
+    EXPECT_EQ(sink[0], "Error in modDemux.EnableDemuxing at line 42: File not found (1); call stack: "
+                       "modMain.StartKestrova modDemux.EnableDemuxing");
+
+    trace.SetVerbose(true);
+    { TraceFrame frame(trace, "modLog", "WLF"); }
+    EXPECT_EQ(sink.back(), "leave modLog.WLF");
+}
+
+}  // namespace
+}  // namespace kestrova::platform
