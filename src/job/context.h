@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "dvd/language_table.h"
 #include "dvd/model.h"
 #include "job/job_view.h"
 #include "job/run_log.h"
@@ -84,8 +85,22 @@ struct JobContext {
     // Set when the SoftEncode self-test window had to be closed by the wait.
     std::int16_t SoftEncodeTestClosed = 0;
 
-    // The disc being worked on.
+    // The disc being worked on: the domains, the title map, and the tables
+    // the reader fills beside them.
     VTS DiscModel;
+    VTS TitleMap;
+    Collection<Language_Properties> LanguageScratch;
+    Collection<PALETTE_NUMBER_Properties> PalettePool;
+    Collection<TempCommands_Properties> TitleCommands;
+    CLsDVD LanguageTable;
+    Collection<FolderProps> FolderTree;
+    std::vector<StreamUse_Record> StreamUse;  // by domain index; element 0 unused
+    std::int16_t UOPFound = 0;
+
+    // The choice of menus: per file row of the tree, whether it was chosen
+    // and which language (SelectedMenus above holds the chosen paths).
+    std::vector<std::int16_t> SelectedMenuFlags;
+    std::vector<std::string> SelectedMenuChildren;
 
     // What the last GetFileCount found, from index 1 (index 0 unused).
     std::vector<std::string> FileList;
