@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dvd/language_table.h"
+#include "dvd/menu_tree.h"
 #include "dvd/model.h"
 #include "job/job_view.h"
 #include "job/run_log.h"
@@ -101,6 +102,10 @@ struct JobContext {
     // and which language (SelectedMenus above holds the chosen paths).
     std::vector<std::int16_t> SelectedMenuFlags;
     std::vector<std::string> SelectedMenuChildren;
+    // The menu tree the choice is made in, and the rows of an INI file that
+    // choose instead of the user (DifFromINI).
+    MenuTree Tree;
+    std::vector<IniMenuRow> IniMenuList;
 
     // What the last GetFileCount found, from index 1 (index 0 unused).
     std::vector<std::string> FileList;
