@@ -31,8 +31,10 @@ MenuNode& MenuTree::AddRoot(const std::string& key, const std::string& text) {
 }
 
 MenuNode* MenuTree::Add(const std::string& parentKey, const std::string& key, const std::string& text) {
-    const auto parent = std::find_if(nodes_.begin(), nodes_.end(), [&](const MenuNode& n) { return n.Key == parentKey; });
-    if (parent == nodes_.end()) throw Error("The menu tree has no node \"" + parentKey + "\" to add \"" + key + "\" to.");
+    const auto parent =
+        std::find_if(nodes_.begin(), nodes_.end(), [&](const MenuNode& n) { return n.Key == parentKey; });
+    if (parent == nodes_.end())
+        throw Error("The menu tree has no node \"" + parentKey + "\" to add \"" + key + "\" to.");
     if (Find(key) != nullptr) return nullptr;
     // After the parent's last descendant, so the vector stays in tree order.
     const int parentLevel = Level(*parent);
@@ -165,6 +167,30 @@ void Choose(MenuTree& tree, const std::string& key) {
     node.Expanded = true;
 }
 
+// The language names of the menu PGCI unit table, one per unit in disc
+// order: the two code bytes lower-cased and looked up.
+std::vector<std::string> PGCI_UT_Languages(const JobContext& job, const std::string& ifoPath) {
+    const std::vector<std::uint8_t> bytes = job.Files.ReadBytes(ifoPath);
+    const ByteSource ifo{bytes, ifoPath};
+    const bool manager = StartsWithIgnoreCase(FileNameOf(ifoPath), "VIDEO");
+    std::vector<std::string> names;
+    try {
+        const std::int64_t sector = ByteHandleD(ifo, manager ? 200 : 208, 4);  // VMGM_PGCI_UT or VTSM_PGCI_UT
+        if (sector == 0) return names;                                         // no menus in this domain
+        const std::int64_t table = sector * 2048;
+        const std::int64_t units = ByteHandleD(ifo, table, 2);
+        for (std::int64_t unit = 1; unit <= units; ++unit) {
+            const auto code = ByteHandleBytes(ifo, table + 8 * (unit - 1) + 8, 2);
+            std::string text(code.begin(), code.end());
+            for (char& c : text) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+            names.push_back(job.LanguageTable.priv_LangCodeToLangName(text));
+        }
+    } catch (const Error& failure) {
+        throw Error("The menu language units (PGCI_UT) of " + ifoPath + " could not be read. " + failure.what());
+    }
+    return names;
+}
+
 }  // namespace
 
 std::vector<std::string> GetInputFiles(JobContext& job, const std::string& folder) {
@@ -184,20 +210,7 @@ std::vector<std::string> GetInputFiles(JobContext& job, const std::string& folde
 
 void GetIfoLanguages(JobContext& job, const std::string& ifoPath, int position, const IniMenuRow* iniRow) {
     if (!job.Files.FileExists(ifoPath)) return;
-    const std::vector<std::uint8_t> bytes = job.Files.ReadBytes(ifoPath);
-    const ByteSource ifo{bytes, ifoPath};
-    const bool manager = StartsWithIgnoreCase(FileNameOf(ifoPath), "VIDEO");
-    const std::int64_t sector = ByteHandleD(ifo, manager ? 200 : 208, 4);  // VMGM_PGCI_UT or VTSM_PGCI_UT
-    if (sector == 0) return;                                               // no menus in this domain
-    const std::int64_t table = sector * 2048;
-    const std::int64_t units = ByteHandleD(ifo, table, 2);
-    std::vector<std::string> names;
-    for (std::int64_t unit = 1; unit <= units; ++unit) {
-        const auto code = ByteHandleBytes(ifo, table + 8 * (unit - 1) + 8, 2);
-        std::string text(code.begin(), code.end());
-        for (char& c : text) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-        names.push_back(job.LanguageTable.priv_LangCodeToLangName(text));
-    }
+    const std::vector<std::string> names = PGCI_UT_Languages(job, ifoPath);
     if (names.empty() || !job.Files.FileExists(WithExtension(ifoPath, ".VOB"))) return;
 
     MenuTree& tree = job.Tree;
@@ -207,7 +220,9 @@ void GetIfoLanguages(JobContext& job, const std::string& ifoPath, int position, 
     const auto addNode = [&](const std::string& key, const std::string& text, bool checked) {
         if (MenuNode* node = tree.Add(fileKey, key, text)) node->Checked = checked;
     };
-    const auto addLanguage = [&](const std::string& name, bool checked) { addNode(name + "Lang" + number, name, checked); };
+    const auto addLanguage = [&](const std::string& name, bool checked) {
+        addNode(name + "Lang" + number, name, checked);
+    };
 
     if (names.size() == 1) {
         addLanguage(names.front(), true);
@@ -217,7 +232,7 @@ void GetIfoLanguages(JobContext& job, const std::string& ifoPath, int position, 
     } else {
         const bool all = EqualsIgnoreCase(iniRow->Second, "ALL");
         addNode(allKey, "ALL", all);
-        for (const auto& name : names) addLanguage(name, !all && ToUpperAscii(name) == iniRow->Second);
+        for (const auto& name : names) addLanguage(name, !all && EqualsIgnoreCase(name, iniRow->Second));
     }
 
     const auto children = tree.ChildrenOf(fileKey);
@@ -265,8 +280,9 @@ void LoadTreeView(JobContext& job, const std::string& line, int position, bool i
     const auto& state = job.State();
     const std::uint64_t size = job.Files.FileSize(path);
     const bool recovering = state.Recover != 0;
-    const bool recovered = recovering && std::any_of(job.JournalMenus.begin(), job.JournalMenus.end(),
-                                                     [&](const std::string& menu) { return EqualsIgnoreCase(menu, name); });
+    const bool recovered =
+        recovering && std::any_of(job.JournalMenus.begin(), job.JournalMenus.end(),
+                                  [&](const std::string& menu) { return EqualsIgnoreCase(menu, name); });
     const std::string ifo = WithExtension(path, ".IFO");
 
     if (state.DifFromINI == 0) {
