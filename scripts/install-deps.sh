@@ -6,6 +6,9 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  # The fixture discs are authored at test time, and libdvdread reads them
+  # as a second IFO reader beside Kestrova's own.
+  dvdauthor ffmpeg mjpegtools imagemagick libdvdread-dev
 )
 
 missing=()

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# crosscheck_test.sh INSPECT DVDREAD_DUMP FIXTURE_ROOT
+#
+# Reads the menu side of every fixture disc twice, with Kestrova's own IFO
+# reader (INSPECT --crosscheck) and with libdvdread (DVDREAD_DUMP), and fails
+# with a unified diff wherever the two print differently. $KESTROVA_FIXTURES
+# overrides FIXTURE_ROOT, as it does for the test suites.
+set -uo pipefail
+
+if [[ $# -ne 3 ]]; then
+  echo "usage: crosscheck_test.sh INSPECT DVDREAD_DUMP FIXTURE_ROOT" >&2
+  exit 2
+fi
+inspect=$1
+dump=$2
+root=${KESTROVA_FIXTURES:-$3}
+
+shopt -s nullglob
+discs=("$root"/*/VIDEO_TS)
+shopt -u nullglob
+if ((${#discs[@]} == 0)); then
+  echo "no fixture discs in $root: run the dvd_fixtures test first" >&2
+  exit 1
+fi
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+failed=0
+for disc in "${discs[@]}"; do
+  name=$(basename "$(dirname "$disc")")
+  if ! "$dump" "$disc" >"$scratch/libdvdread" 2>"$scratch/libdvdread.err"; then
+    echo "FAIL $name: dvdread-dump failed:"
+    cat "$scratch/libdvdread.err"
+    failed=1
+    continue
+  fi
+  # An empty or truncated reference would make the comparison meaningless.
+  if [[ $(head -n1 "$scratch/libdvdread") != "IFO VIDEO_TS.IFO" ]]; then
+    echo "FAIL $name: dvdread-dump printed no VIDEO_TS.IFO section"
+    failed=1
+    continue
+  fi
+  if ! "$inspect" --crosscheck "$disc" >"$scratch/kestrova" 2>"$scratch/kestrova.err"; then
+    echo "FAIL $name: kestrova-inspect --crosscheck failed:"
+    cat "$scratch/kestrova.err"
+    failed=1
+    continue
+  fi
+  if diff -u --label "libdvdread/$name" --label "kestrova/$name" "$scratch/libdvdread" "$scratch/kestrova"; then
+    echo "ok   $name ($(wc -l <"$scratch/libdvdread") lines)"
+  else
+    echo "FAIL $name: the readers differ (diff above: - libdvdread, + kestrova)"
+    failed=1
+  fi
+done
+exit "$failed"
