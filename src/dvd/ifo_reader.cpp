@@ -290,12 +290,16 @@ void ReadPGC(MenuRead& read, const LanguageUnit& unit, Language_Properties& lang
 
 void GetIFOParams(JobContext& job, const std::string& path, bool readMenus, const std::string& language,
                   bool isVideoTS) {
+    const std::vector<std::uint8_t> data = job.Files.ReadBytes(path);
+    GetIFOParamsFromBytes(job, ByteSource{data, path}, readMenus, language, isVideoTS);
+}
+
+void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMenus, const std::string& language,
+                           bool isVideoTS) {
+    const std::string& path = bytes.FileName;
     job.DiscModel.Add();
     const int domain = static_cast<int>(job.DiscModel.Count());
     auto& vts = job.DiscModel.Item(Position(domain));
-
-    const std::vector<std::uint8_t> data = job.Files.ReadBytes(path);
-    const ByteSource bytes{data, path};
 
     if (readMenus) GetVOBTable(job, bytes, domain);
     std::int64_t pointer = kVmgmPGCI_UT;

@@ -29,6 +29,11 @@ inline constexpr std::int64_t kMenuC_ADT = 216;
 void GetIFOParams(JobContext& job, const std::string& path, bool readMenus, const std::string& language,
                   bool isVideoTS);
 
+// The same read of a file already in memory (`bytes.FileName` is its path):
+// what GetIFOParams does once it has read the file.
+void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMenus, const std::string& language,
+                           bool isVideoTS);
+
 // The menu cell address table (C_ADT) into the twin cell lists of the domain.
 void GetVOBTable(JobContext& job, const ByteSource& bytes, int domain);
 // One TitleMap record per title set, with the titles of TT_SRPT.

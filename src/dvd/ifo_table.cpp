@@ -36,7 +36,7 @@ void IfoTable::Require(std::int64_t offset, std::int64_t count, const std::strin
     const std::int64_t start = base_ + offset;
     if (offset < 0 || count < 0 || start > size || count > size - start) {
         ThrowIfoError(*source_, table_, start,
-                      what + " need " + std::to_string(count) + " bytes, but the file ends at byte " +
+                      "expected " + what + " (" + std::to_string(count) + " bytes), but the file ends at byte " +
                           std::to_string(size));
     }
 }
