@@ -52,7 +52,6 @@ struct LanguageUnit {
 // What every PGC of one file read needs.
 struct MenuRead {
     JobContext& Job;
-    const ByteSource& Bytes;
     int Domain = 0;
     VideoInfo Video;
 };
@@ -93,7 +92,7 @@ void ReadCommands(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& re
     WLOG(job, "\t** Command Table List **");
     // The command table (PGC_CMDT): counts of pre, post and cell commands,
     // the end address, then the commands in that order.
-    const IfoTable table = pgc.Sub("PGC_CMDT", tableOffset, "the command table offset");
+    const IfoTable table = pgc.Sub("PGC_CMDT", tableOffset, "the offset of the command table");
     const std::int64_t counts[3] = {table.Word(0), table.Word(2), table.Word(4)};
     table.Require(8, (counts[0] + counts[1] + counts[2]) * kCommandSize,
                   std::to_string(counts[0] + counts[1] + counts[2]) + " commands");
@@ -147,12 +146,12 @@ void ReadPalette(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& rec
 
 // A table of the PGC found through a 16-bit offset in its header, which must
 // be set when the PGC has entries for it.
-IfoTable PgcSubTable(const IfoTable& pgc, const char* name, std::int64_t pointer, std::int64_t entries,
-                     std::int64_t entrySize) {
+IfoTable PgcSubTable(const IfoTable& pgc, const char* name, std::int64_t pointer, const char* counted,
+                     std::int64_t entries, std::int64_t entrySize) {
     const std::int64_t offset = pgc.Word(pointer);
     if (offset == 0) {
-        pgc.Fail(pointer, "the PGC has " + std::to_string(entries) + " entries for its " + name +
-                              ", but the table's offset is 0");
+        pgc.Fail(pointer, std::string("the PGC's ") + counted + " is " + std::to_string(entries) +
+                              ", but the offset of its " + name + " is 0");
     }
     IfoTable table = pgc.Sub(name, offset, std::string("the offset of the ") + name);
     table.Require(0, entries * entrySize, std::to_string(entries) + " entries");
@@ -169,8 +168,8 @@ std::vector<CellUse> ReadCells(MenuRead& read, const IfoTable& pgc, PGC_Number_P
     auto& job = read.Job;
     auto& vts = job.DiscModel.Item(Position(read.Domain));
     const std::int64_t cells = pgc.Byte(kPgcCells);
-    const IfoTable playback = PgcSubTable(pgc, "C_PBKT", kPgcCellPlayback, cells, kCellPlaybackSize);
-    const IfoTable position = PgcSubTable(pgc, "C_POSIT", kPgcCellPosition, cells, kCellPositionSize);
+    const IfoTable playback = PgcSubTable(pgc, "C_PBKT", kPgcCellPlayback, "cell count", cells, kCellPlaybackSize);
+    const IfoTable position = PgcSubTable(pgc, "C_POSIT", kPgcCellPosition, "cell count", cells, kCellPositionSize);
 
     std::vector<CellUse> uses;
     for (std::int64_t i = 1; i <= cells; ++i) {
@@ -225,7 +224,7 @@ void ReadPrograms(const IfoTable& pgc, PGC_Number_Properties& record, const std:
     const std::int64_t programs = pgc.Byte(kPgcPrograms);
     std::vector<bool> opens(uses.size() + 1, false);
     if (programs > 0) {
-        const IfoTable map = PgcSubTable(pgc, "PGC_PGMAP", kPgcProgramMap, programs, 1);
+        const IfoTable map = PgcSubTable(pgc, "PGC_PGMAP", kPgcProgramMap, "program count", programs, 1);
         for (std::int64_t p = 0; p < programs; ++p) {
             const std::int64_t entryCell = map.Byte(p);
             if (entryCell < 1 || entryCell > static_cast<std::int64_t>(uses.size())) {
@@ -352,7 +351,7 @@ void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMe
         return;
     }
 
-    MenuRead read{job, bytes, domain, GetVideoInfo(job, bytes)};
+    MenuRead read{job, domain, GetVideoInfo(job, bytes)};
     AddVideoAttributes(job, domain, read.Video);
     AddAudioAttributes(job, domain, GetAudioInfo(job, bytes));
     WLF(job, "Pgc Information");

@@ -84,7 +84,7 @@ IfoTable IfoTable::Sub(std::string table, std::int64_t offset, const std::string
     const auto size = static_cast<std::int64_t>(source_->Bytes.size());
     if (offset < 0 || base_ + offset >= size) {
         ThrowIfoError(*source_, table_, base_,
-                      what + " " + std::to_string(offset) + " points to byte " + std::to_string(base_ + offset) +
+                      what + " (" + std::to_string(offset) + ") points to byte " + std::to_string(base_ + offset) +
                           ", past the end of the file (" + std::to_string(size) + " bytes)");
     }
     return IfoTable(*source_, std::move(table), base_ + offset);

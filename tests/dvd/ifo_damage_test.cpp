@@ -141,15 +141,15 @@ TEST_F(IfoDamage, OffsetsAndCrossReferencesOutsideTheirTables) {
     auto vts = vts_;
     PutLong(vts, at.FirstUnit + 12, 0x00100000);
     const std::string pgc = ReadVts(vts);
-    EXPECT_NE(pgc.find("PGCI_LU at byte " + std::to_string(at.FirstUnit) + ": the offset of PGC 1 1048576 points"),
+    EXPECT_NE(pgc.find("PGCI_LU at byte " + std::to_string(at.FirstUnit) + ": the offset of PGC 1 (1048576) points"),
               std::string::npos)
         << pgc;
     EXPECT_NE(pgc.find("past the end of the file"), std::string::npos);
 
     vts = vts_;
     PutWord(vts, at.FirstPgc + 232, 0);  // cell playback table offset
-    EXPECT_NE(ReadVts(vts).find("PGC at byte " + std::to_string(at.FirstPgc + 232) + ": the PGC has 1 entries for its "
-                                                                                    "C_PBKT, but the table's offset is 0"),
+    EXPECT_NE(ReadVts(vts).find("PGC at byte " + std::to_string(at.FirstPgc + 232) +
+                                ": the PGC's cell count is 1, but the offset of its C_PBKT is 0"),
               std::string::npos);
 
     vts = vts_;
