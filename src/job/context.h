@@ -13,6 +13,7 @@
 #include "dvd/model.h"
 #include "job/job_view.h"
 #include "job/run_log.h"
+#include "job/script_templates.h"
 #include "job/settings.h"
 #include "job/timecode.h"
 #include "platform/files.h"
@@ -52,6 +53,10 @@ struct JobContext {
     Settings_Properties& Options() { return Settings.Item(1); }
     Temp_Settings_Properties& State() { return Temp_Settings.Item(1); }
 
+    // The Avisynth and conversion script fragments, loaded at start.
+    AvsScripts AvisynthScripts;
+    ConversionScripts ConversionTemplates;
+
     Log RunLog;
     Log RecoveryJournal;
 
@@ -81,9 +86,16 @@ struct JobContext {
     // switch, which a run copies from Settings when it starts.
     TimeBase Timing;
 
-    // The source and output boxes of the window, which the job reads.
+    // The source and output boxes of the window, which the job reads, and
+    // the caption of its main button ("Start", or "Begin Recovery" when the
+    // recovery window set up a resumed run).
     std::string Text1;
     std::string Text2;
+    std::string GoCaption = "Start";
+    // Set once the program has begun to end, and once a run has reached
+    // "ReAuthoring complete".
+    bool Terminated = false;
+    bool Completed = false;
 
     // VOB names read back from a journal, from index 0.
     std::vector<std::string> JournalMenus;

@@ -19,6 +19,11 @@ public:
     virtual void ShowCaption(const std::string& caption) = 0;
     // One pass over pending user input (stop button, close box).
     virtual void ServeMessages() = 0;
+    // The window's controls closed (running) or opened for a run; the
+    // finished button reads "Stop" or "GoodBye".
+    virtual void SetRunning(bool running) { static_cast<void>(running); }
+    // The window minimised or restored.
+    virtual void SetMinimized(bool minimized) { static_cast<void>(minimized); }
 };
 
 // A view that shows nothing, for jobs nobody watches.

@@ -65,4 +65,10 @@ void LogWindow(JobContext& job, const std::string& text, bool indent) {
     job.View.ServeMessages();
 }
 
+void NotYetAvailable(JobContext& job, const std::string& stage) {
+    const std::string text = stage + " is not yet available in this version - stage passed over";
+    WLOG(job, text);
+    LogWindow(job, text);
+}
+
 }  // namespace kestrova

@@ -24,4 +24,8 @@ void RLOG(JobContext& job, const std::string& text);
 // complete" and a line with only the time.
 void LogWindow(JobContext& job, const std::string& text, bool indent = false);
 
+// A stage whose work this version does not have yet says so in the run
+// log and the log list, so a run never passes it silently.
+void NotYetAvailable(JobContext& job, const std::string& stage);
+
 }  // namespace kestrova

@@ -3,6 +3,8 @@
 
 #include "job/folders.h"
 #include "job/log_writers.h"
+#include "job/script_templates.h"
+#include "job/version.h"
 #include "platform/clock.h"
 
 namespace kestrova {
@@ -49,6 +51,8 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
                                                   "Active");
     auto& options = job.Options();
     LoadStoredSettings(job.Registry, options);
+    job.AvisynthScripts = LoadAvsScripts(job.Registry, job.ProgramFolder, kProgramVersion);
+    job.ConversionTemplates = LoadConversionScripts(job.Registry, job.ProgramFolder, kProgramVersion);
 
     // A stored SoftEncode choice whose program vanished falls back to BeSweet.
     if (options.Audio_SoftEncode == 1 && !Usable(job, options.Audio_SoftEncode_Path)) {

@@ -21,6 +21,8 @@ public:
         JobMaximum = maximum;
     }
     void ShowCaption(const std::string& caption) override { Caption = caption; }
+    void SetRunning(bool running) override { Running = running; }
+    void SetMinimized(bool minimized) override { Minimized = minimized; }
     void ServeMessages() override {
         ++Served;
         if (OnServe) OnServe(Served);
@@ -29,6 +31,8 @@ public:
     std::vector<std::string> Lines;
     int StageValue = 0, StageMaximum = 100, JobValue = 0, JobMaximum = 100, Served = 0;
     std::string Caption;
+    bool Running = false;
+    bool Minimized = false;
     // Runs at each serve: where a test clicks stop.
     std::function<void(int)> OnServe;
 };

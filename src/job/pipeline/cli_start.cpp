@@ -1,0 +1,113 @@
+// Command-line starts: see cli_start.h.
+#include "job/pipeline/cli_start.h"
+
+#include <iostream>
+
+#include "dvd/menu_tree.h"
+#include "job/command_line.h"
+#include "job/folders.h"
+#include "job/log_writers.h"
+#include "job/pipeline/pipeline.h"
+#include "job/settings_start.h"
+#include "platform/error.h"
+#include "platform/path_space.h"
+#include "platform/terminal.h"
+
+namespace kestrova {
+
+namespace {
+
+bool StartsWithIgnoreCase(const std::string& text, const std::string& prefix) {
+    return text.size() >= prefix.size() &&
+           platform::EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
+}
+
+std::string AsDrivePath(const JobContext& job, const std::string& path) {
+    return !path.empty() && path.front() == '/' ? job.Files.Paths().ToWindows(path) : path;
+}
+
+std::string ProgramFolderOf(const JobContext& job) {
+    const std::string given = platform::EnvironmentValue("KESTROVA_PROGRAM_FOLDER");
+    if (!given.empty()) return AsDrivePath(job, given);
+    return job.Files.Paths().ToWindows(platform::ProgramHostFolder());
+}
+
+int Fail(JobContext& job, const std::string& message) {
+    std::cerr << "kestrova-cli: " << message << '\n';
+    WLOG(job, message);
+    return 1;
+}
+
+}  // namespace
+
+void LogUnattendedAnswer(JobContext& job, const std::string& note) { WLOG(job, note); }
+
+std::string CommandTextOf(const JobContext& job, const std::vector<std::string>& args) {
+    std::string text;
+    bool iniFileNext = false;
+    for (std::string arg : args) {
+        if (iniFileNext) {
+            arg = "\"" + AsDrivePath(job, arg) + "\"";
+            iniFileNext = false;
+        } else if (StartsWithIgnoreCase(arg, "/PATH=") && arg.find('"') == std::string::npos) {
+            arg = arg.substr(0, 6) + "\"" + AsDrivePath(job, arg.substr(6)) + "\"";
+        } else if (StartsWithIgnoreCase(arg, "/INIFILE")) {
+            iniFileNext = true;
+        }
+        if (!text.empty()) text += ' ';
+        text += arg;
+    }
+    return text;
+}
+
+int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
+    job.ProgramFolder = ProgramFolderOf(job);
+    OpenProgramLogs(job);
+    WLOG(job, "Main Loaded");
+    if (LoadSettingsAtStart(job) == StartVerdict::MustEnd) return 1;
+    WLOG(job, "Initial Settings loaded");
+
+    const CommandLineResult parsed = ParseCommandLine(job, CommandTextOf(job, args));
+    if (!parsed.Error.empty()) return Fail(job, parsed.Error);
+    if (parsed.Form == CommandLineForm::LoadDrive || parsed.Form == CommandLineForm::Folder) {
+        std::cerr << "kestrova-cli: Load= and Folder= only open a source in the window; give /STAR to run a job\n";
+        return 2;
+    }
+
+    // The menus of the source drive, as the window would show them.
+    sListAllDrives(job);
+    if (job.SourceDrive.empty()) return Fail(job, "No source drive given (/DRIV=LETTER or *DRIVE in the INI file)");
+    const std::string source = job.SourceDrive.substr(0, 1) + ":\\VIDEO_TS";
+    if (!job.Files.FolderExists(source)) {
+        return Fail(job, "The source folder " + source + " does not exist (" +
+                             (job.Files.Paths().IsDrivePath(source) ? "see KESTROVA_DRIVES" : "") + ")");
+    }
+    if (!job.Files.FileExists(source + "\\VIDEO_TS.IFO")) {
+        return Fail(job, "The source folder " + source + " holds no VIDEO_TS.IFO");
+    }
+    ReLoadMenus(job, "", job.Options().Default_Threshold);
+    job.Text1 = source;
+    job.Text2 = job.WorkFolder;
+    job.OutputFolder = job.WorkFolder;
+    volumename(job, job.SourceDrive.substr(0, 1) + ":\\");
+    if (job.State().Minimize != 0) job.View.SetMinimized(true);
+
+    if (!parsed.StartRequested) {
+        std::cerr << "kestrova-cli: nothing was asked to start; give /STAR or /INIFILE\n";
+        return 2;
+    }
+    if (job.OutputFolder.empty()) return Fail(job, "No output folder given (/PATH=\"FOLDER\" or *WORKINGFOLDER)");
+    try {
+        if (job.OutputFolder.size() > 3) job.Files.MakeFolder(job.OutputFolder);
+    } catch (const Error& failure) {
+        return Fail(job, failure.what());
+    }
+
+    job.UnattendedRun = -1;
+    BeginRoutines(job);
+    if (job.Completed) return 0;
+    std::cerr << "kestrova-cli: the job did not complete; see " << job.RunLog.File() << '\n';
+    return 1;
+}
+
+}  // namespace kestrova

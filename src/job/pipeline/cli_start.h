@@ -1,0 +1,25 @@
+// A job started by a command line with no window: the program's start
+// (logs, settings), the command line, the menus of the source, and the run.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "job/context.h"
+
+namespace kestrova {
+
+// Runs the job the arguments ask for; the process's exit status: 0 when the
+// run reached "ReAuthoring complete", 1 for a refusal, an abort or bad
+// input (the message is on standard error), 2 when nothing was asked to run.
+int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args);
+
+// The arguments as one command line of the window program: host paths in
+// /PATH and after /INIFILE become drive paths, and a /PATH value gets its
+// quotation marks back (a shell takes them away).
+std::string CommandTextOf(const JobContext& job, const std::vector<std::string>& args);
+
+// A question answered without a person, in the run log.
+void LogUnattendedAnswer(JobContext& job, const std::string& note);
+
+}  // namespace kestrova

@@ -1,0 +1,10 @@
+// The options echo at the head of the run log.
+#pragma once
+
+#include "job/context.h"
+
+namespace kestrova {
+
+void SettingsEcho(JobContext& job);
+
+}  // namespace kestrova
