@@ -10,7 +10,17 @@
 #include <string>
 #include <vector>
 
+#include "dvd/ifo_reader.h"
+#include "job/context.h"
+#include "platform/batch.h"
+#include "platform/files.h"
+#include "platform/launcher.h"
+#include "platform/process.h"
+#include "platform/questions.h"
+#include "platform/registry.h"
+#include "platform/trace.h"
 #include "support/fixtures.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -68,7 +78,44 @@ void BM_LibdvdreadIfoOpen(benchmark::State& state) {
 }
 BENCHMARK(BM_LibdvdreadIfoOpen)->Unit(benchmark::kMicrosecond);
 
-// Kestrova's own IFO reader over the same files goes here, as
-// BM_KestrovaIfoRead, so that the two appear side by side in one run.
+// Kestrova's reader over the same files: a full read of every IFO into a
+// fresh model per disc, as a job does, files read from disk each time.
+void BM_KestrovaIfoRead(benchmark::State& state) {
+    const std::vector<std::string> discs = DiscsOrSkip(state);
+    kestrova::platform::PathSpace paths;
+    kestrova::platform::FileSystem files(paths);
+    kestrova::test::TempFolder temp;
+    kestrova::platform::Registry registry(temp.Host("hive.reg"));
+    kestrova::platform::Launcher launcher(paths);
+    kestrova::platform::ProcessRunner runner(launcher);
+    kestrova::platform::ScriptedQuestions questions;
+    kestrova::platform::Trace trace;
+    kestrova::SilentView view;
+
+    // Each disc's IFO files as drive paths, the video manager first.
+    std::vector<std::vector<std::string>> ifos;
+    for (const std::string& disc : discs) {
+        const std::string folder = paths.ToWindows(disc);
+        std::vector<std::string> names = files.List(folder, "*.IFO", kestrova::platform::ListKind::Files);
+        std::vector<std::string> paths_of_disc;
+        for (const auto& name : names) paths_of_disc.push_back(folder + "\\" + name);
+        ifos.push_back(paths_of_disc);
+    }
+
+    int64_t read = 0;
+    while (!ifos.empty() && state.KeepRunning()) {
+        for (const auto& disc : ifos) {
+            kestrova::JobContext job(files, registry, runner, questions, trace, view);
+            for (const auto& path : disc) {
+                const bool videoManager = path.find("VIDEO_TS.IFO") != std::string::npos;
+                kestrova::GetIFOParams(job, path, true, "ALL", videoManager);
+                ++read;
+            }
+            benchmark::DoNotOptimize(job.DiscModel.Count());
+        }
+    }
+    state.SetItemsProcessed(read);
+}
+BENCHMARK(BM_KestrovaIfoRead)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
