@@ -3,6 +3,7 @@
 
 #include "job/log_writers.h"
 #include "platform/error.h"
+#include "platform/path_space.h"
 #include "platform/version_info.h"
 
 namespace kestrova {
@@ -248,7 +249,9 @@ void DisplayVerInfo(JobContext& job) {
     job.StructureVersionText.clear();
     job.FileVersionText.clear();
     job.ProductVersionText.clear();
-    if (job.VerInfoPath.empty() || !job.Files.FileExists(job.VerInfoPath)) return;
+    // A path from a registry value may be anything; one that names no file
+    // on a drive has no version.
+    if (!platform::PathSpace::IsDrivePath(job.VerInfoPath) || !job.Files.FileExists(job.VerInfoPath)) return;
     std::optional<platform::VersionInfo> info;
     try {
         info = platform::ReadVersionInfo(job.Files.ToHost(job.VerInfoPath));

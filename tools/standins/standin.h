@@ -49,5 +49,6 @@ long ParseNumber(const std::string& text, const char* what);
 int RunSleep(const Invocation& call);
 int RunTouch(const Invocation& call);
 int RunCopy(const Invocation& call);
+int RunProgramFolder(const Invocation& call);
 
 }  // namespace kestrova::standin

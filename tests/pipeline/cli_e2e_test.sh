@@ -1,0 +1,89 @@
+#!/usr/bin/env bash
+# kestrova-cli from the outside: a token start and an INI start over a real
+# disc, each checked by its run log's banners and its journal's marks, then
+# a refusal and a missing source, each with its message and exit status.
+#   cli_e2e_test.sh BUILD_DIR FIXTURES_DIR
+set -uo pipefail
+build=$1 fixtures=$2
+here=$(cd "$(dirname "$0")" && pwd)
+run="$here/../../scripts/run-sample-job.sh"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# The banner titles of a run log, trimmed, one a line.
+banners() { sed -n 's/^[^\t]*\t|\(.*\)|\r\{0,1\}$/\1/p' "$1" | sed 's/^ *//; s/ *$//'; }
+journal() { tr -d '\r' < "$1"; }
+
+expected_banners='VERSION NUMBER
+PREFFERED SETTINGS
+SCANNING AVISYNTH SCRIPTS
+VIDEO INFORMATION
+AUDIO INFORMATION
+PGC INFORMATION
+DUMMY VOB SCAN
+VIDEO INFORMATION
+PGC INFORMATION
+DUMMY VOB SCAN
+PROCESSING VIDEO_TS.VOB
+PROCESSING VTS_01_0.VOB
+PREPARING SCENARIST FILES
+CREATING SCENARIST SCRIPT
+REAUTHORING COMPLETE'
+
+check_run() {  # name, output folder
+  local name=$1 out=$2
+  [ "$(banners "$out/Kestrova.LOG")" = "$expected_banners" ] ||
+    { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
+  local marks
+  marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#')
+  [ "$marks" = $'-----\nVID\nPROCESSASSETS\n-----\nVTS1\nPROCESSASSETS\nMPV ENCODED' ] ||
+    fail "$name: journal marks were: $marks"
+  journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
+}
+
+# 1. Tokens, as another program starts the job.
+if bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1; then
+  check_run tokens "$work/tokens/out"
+else
+  fail "token start exited non-zero"; cat "$work/tokens.out"
+fi
+
+# 2. An INI file names the drive, the folder and the menus.
+mkdir -p "$work/ini"
+printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
+if bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" \
+    > "$work/ini.out" 2>&1; then
+  check_run ini "$work/ini/from_ini"
+else
+  fail "INI start exited non-zero"; cat "$work/ini.out"
+fi
+
+# 3. A refusal: DVD Decrypter missing from its folder.
+rm -f "$work/tokens/program/DVD Decrypter/DVDDecrypter.exe"
+(
+  export KESTROVA_DRIVES="D:=$fixtures/pal-vmg-buttons@cdrom;K:=$work/tokens"
+  export KESTROVA_REGISTRY="$work/tokens/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/tokens/program"
+  "$build/kestrova-cli" /STAR /DRIV=D '/PATH=K:\again' > "$work/refused.out" 2>&1
+  echo $? > "$work/refused.status"
+)
+[ "$(cat "$work/refused.status")" = 1 ] || fail "refusal exit status $(cat "$work/refused.status")"
+grep -q 'Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)' "$work/refused.out" ||
+  fail "refusal message missing"
+
+# 4. A source drive without a disc.
+(
+  export KESTROVA_DRIVES="D:=$work/empty@cdrom;K:=$work/tokens"
+  export KESTROVA_REGISTRY="$work/tokens/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/tokens/program"
+  mkdir -p "$work/empty"
+  "$build/kestrova-cli" /STAR /DRIV=D '/PATH=K:\none' > "$work/nosource.out" 2>&1
+  echo $? > "$work/nosource.status"
+)
+[ "$(cat "$work/nosource.status")" = 1 ] || fail "missing source exit status $(cat "$work/nosource.status")"
+grep -q 'The source folder D:\\VIDEO_TS does not exist' "$work/nosource.out" || fail "missing source message"
+[ -e "$work/tokens/none" ] && fail "an output folder was made for a refused job"
+
+echo "$(( 4 - (failures > 4 ? 4 : failures) )) passed, $failures failed"
+[ "$failures" -eq 0 ]
