@@ -124,3 +124,28 @@ TEST(Journal, EveryMarkHasItsStage) {
 
 }  // namespace
 }  // namespace kestrova
+
+namespace kestrova {
+namespace {
+
+TEST(Journal, EachMarkSkipsItsStageAndTheOnesBeforeIt) {
+    test::JobFixture f;
+    auto& state = f.job.State();
+    state.Recover = -1;
+    for (int mark = 0; mark < 7; ++mark) {
+        SCOPED_TRACE(kStageMarks[mark]);
+        LoadData(f.job, "VTS4 - " + kStageMarks[mark]);
+        ASSERT_EQ(state.RecoveryModule, mark);
+        for (int stage = 0; stage < 7; ++stage) {
+            f.job.DomainIndex = 5;
+            EXPECT_EQ(RecoverySkip(f.job, stage), stage <= mark) << "stage " << stage;
+            f.job.DomainIndex = 4;  // a domain before the mark: all skipped
+            EXPECT_TRUE(RecoverySkip(f.job, stage));
+            f.job.DomainIndex = 6;  // a later one: nothing skipped
+            EXPECT_FALSE(RecoverySkip(f.job, stage));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kestrova
