@@ -1,0 +1,151 @@
+// A scanner of MPEG-1 and MPEG-2 video elementary streams (".M2V"): it walks
+// the start codes from the first byte to the last and reads the sequence
+// header and extension, the group-of-pictures headers, the picture headers
+// and the picture coding extensions, without decoding any slice. The result
+// lists every coded frame in decode order with its type and field flags,
+// the groups with their byte offsets, and the counts an indexing tool
+// reports. A stream that is cut short or garbled is refused with an Error
+// naming the file and the byte offset of the fault.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/d2v_file.h"
+
+namespace kestrova {
+
+// Where the scanner gets its bytes, front to back.
+class VideoByteReader {
+public:
+    virtual ~VideoByteReader() = default;
+    // The name error sentences give the stream (the file's path).
+    virtual const std::string& Name() const = 0;
+    // Fills as much of `buffer` as the stream still holds; returns how many
+    // bytes that was, 0 at the end.
+    virtual std::size_t Read(std::span<std::uint8_t> buffer) = 0;
+};
+
+// A stream held in memory.
+class MemoryVideoReader : public VideoByteReader {
+public:
+    MemoryVideoReader(std::string name, std::span<const std::uint8_t> bytes) : name_(std::move(name)), bytes_(bytes) {}
+    const std::string& Name() const override { return name_; }
+    std::size_t Read(std::span<std::uint8_t> buffer) override;
+
+private:
+    std::string name_;
+    std::span<const std::uint8_t> bytes_;
+    std::size_t position_ = 0;
+};
+
+enum class PictureCodingType : std::uint8_t { I = 1, P = 2, B = 3, D = 4 };  // D: MPEG-1 only
+
+enum class PictureStructure : std::uint8_t { TopField = 1, BottomField = 2, Frame = 3 };
+
+// The first sequence header of the stream with its extensions.
+struct SequenceHeader {
+    std::uint64_t Offset = 0;
+    std::int32_t Width = 0;
+    std::int32_t Height = 0;
+    std::uint8_t AspectRatioCode = 0;  // display aspect (MPEG-2: 1 square, 2 4:3, 3 16:9, 4 2.21:1) or MPEG-1 pel aspect
+    std::uint8_t FrameRateCode = 0;    // 1 23.976 ... 8 59.94
+    std::uint8_t FrameRateExtensionN = 0;
+    std::uint8_t FrameRateExtensionD = 0;
+    std::uint32_t BitRate = 0;         // in units of 400 bit/s
+    bool Mpeg2 = false;                // a sequence extension follows the header
+    bool ProgressiveSequence = true;   // MPEG-1 streams are progressive
+    std::uint8_t ChromaFormat = 1;     // 1 4:2:0, 2 4:2:2, 3 4:4:4
+    std::uint8_t MatrixCoefficients = 0;  // from the sequence display extension; 0 when it is absent
+};
+
+// The time code of a group-of-pictures header.
+struct GroupTimeCode {
+    bool DropFrame = false;
+    std::uint8_t Hours = 0;
+    std::uint8_t Minutes = 0;
+    std::uint8_t Seconds = 0;
+    std::uint8_t Pictures = 0;
+};
+
+struct GroupOfPictures {
+    // Where decoding of the group can start: the sequence header that
+    // directly precedes its group header (only extensions and user data
+    // between), else the group header itself.
+    std::uint64_t Offset = 0;
+    // The group header; for a stream without them, the group's I picture.
+    std::uint64_t HeaderOffset = 0;
+    bool HasHeader = false;
+    bool ClosedGop = false;
+    bool BrokenLink = false;
+    GroupTimeCode TimeCode;
+    std::size_t FirstPicture = 0;  // index into VideoStream::Pictures
+    std::size_t PictureCount = 0;
+};
+
+// A coded frame: one frame picture, or a pair of field pictures.
+struct VideoPicture {
+    std::uint64_t Offset = 0;              // its picture start code (the first field's)
+    std::uint16_t TemporalReference = 0;
+    PictureCodingType Type = PictureCodingType::I;  // the first field's type for a pair
+    PictureCodingType SecondFieldType = PictureCodingType::I;  // equal to Type for a frame picture
+    PictureStructure Structure = PictureStructure::Frame;  // Frame, or the parity of the first field
+    bool TopFieldFirst = false;     // for a field pair: the first field is the top one
+    bool RepeatFirstField = false;
+    bool ProgressiveFrame = true;
+    bool AlternateScan = false;
+    std::size_t Group = 0;          // index into VideoStream::Groups
+};
+
+struct VideoStreamCounts {
+    std::int64_t Frames = 0;        // coded frames (a field pair counts once)
+    std::int64_t IFrames = 0;
+    std::int64_t PFrames = 0;
+    std::int64_t BFrames = 0;
+    std::int64_t DFrames = 0;
+    std::int64_t FieldPairs = 0;
+    std::int64_t ProgressiveFrames = 0;
+    std::int64_t TopFieldFirstFrames = 0;
+    std::int64_t RepeatFirstFieldFrames = 0;
+    std::int64_t AlternateScanFrames = 0;
+    std::int64_t Groups = 0;
+    std::int64_t ClosedGroups = 0;
+    std::int64_t SequenceHeaders = 0;
+};
+
+struct VideoStream {
+    std::string Name;
+    std::uint64_t Size = 0;          // bytes scanned
+    SequenceHeader Sequence;
+    std::vector<GroupOfPictures> Groups;
+    std::vector<VideoPicture> Pictures;  // decode order
+    VideoStreamCounts Counts;
+    bool SequenceEnd = false;        // the last start code is a sequence end code
+};
+
+// Scans the whole stream. Throws Error naming the stream and the byte
+// offset when it does not begin with a sequence header, a header is cut
+// short or holds a forbidden value, the headers come in an order the
+// syntax does not allow, a picture lacks slices (also the last one, when
+// the file is cut inside it), or the stream holds no picture.
+VideoStream ScanVideoStream(VideoByteReader& reader);
+
+// Scans an elementary stream file on the host.
+VideoStream ScanVideoStreamFile(const std::string& hostPath);
+
+// The frame rate of the sequence, with the MPEG-2 rate extension applied.
+platform::FrameRate SequenceFrameRate(const SequenceHeader& sequence);
+
+// The indexes into stream.Pictures of one group's pictures in display order
+// (by temporal reference, counted from the group's first picture).
+std::vector<std::size_t> DisplayOrder(const VideoStream& stream, const GroupOfPictures& group);
+
+// The whole stream in display order, group by group.
+std::vector<std::size_t> DisplayOrder(const VideoStream& stream);
+
+// "I", "P", "B" or "D".
+const char* PictureTypeName(PictureCodingType type);
+
+}  // namespace kestrova
