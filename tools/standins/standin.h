@@ -50,5 +50,6 @@ int RunSleep(const Invocation& call);
 int RunTouch(const Invocation& call);
 int RunCopy(const Invocation& call);
 int RunProgramFolder(const Invocation& call);
+int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
 
 }  // namespace kestrova::standin
