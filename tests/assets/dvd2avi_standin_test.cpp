@@ -1,0 +1,277 @@
+// The indexing stand-ins run as the job runs them: the command lines of
+// RunDVD2AVI and RunDGDecode through the launcher, on real streams. Their
+// project files are read back by the D2V reader and, through an Avisynth
+// script, by the frame server; their logs are checked line by line.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "assets/mpeg_test_streams.h"
+#include "platform/d2v_file.h"
+#include "platform/frame_server.h"
+#include "platform/launcher.h"
+#include "platform/process.h"
+#include "support/temp_folder.h"
+
+namespace kestrova {
+namespace {
+
+using test::MpegTestStreams;
+
+const char* const kM2vPath = "K:\\work dir\\DEMUXED\\001.M2V";
+const char* const kOutputPath = "K:\\work dir\\FRAMESERVING\\001";
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t end = text.find("\r\n", start);
+        if (end == std::string::npos) end = text.size();
+        lines.push_back(text.substr(start, end - start));
+        start = end + 2;
+    }
+    return lines;
+}
+
+std::vector<std::string> Tokens(const std::string& line) {
+    std::vector<std::string> tokens;
+    std::size_t start = 0;
+    while (start < line.size()) {
+        std::size_t end = line.find(' ', start);
+        if (end == std::string::npos) end = line.size();
+        if (end > start) tokens.push_back(line.substr(start, end - start));
+        start = end + 1;
+    }
+    return tokens;
+}
+
+// The command line the job builds for each tool.
+std::string IndexCommand(const std::string& tool, const std::string& input = kM2vPath) {
+    const std::string clip = tool == "DGIndex" ? "" : " -Cs=2";
+    return "K:\\PROG\\new.dvd2avi\\" + tool + ".exe -IA=1 -FO=0" + clip + " -YR=1 -TN=1 -IF=[" + input +
+           "] -DRC=0 -OF=[" + kOutputPath + "] -exit";
+}
+
+// A job folder on K: with one M2V, and the three tools as stand-ins.
+struct IndexFixture {
+    explicit IndexFixture(const std::string& streamHostPath) {
+        temp.Write("work dir/DEMUXED/001.M2V", ReadAll(streamHostPath));
+        temp.Write("work dir/FRAMESERVING/keep", "");
+        for (const char* tool : {"dvd2avirb", "dvd2avidg", "DGIndex"}) {
+            launcher.AddOverride(std::string(tool) + ".exe", {{KESTROVA_STANDIN_PATH, "--tool", tool}, ""});
+        }
+        runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
+    }
+
+    static std::string ReadAll(const std::string& hostPath) {
+        const std::string folder = MpegTestStreams::Get().Folder().Host();
+        return MpegTestStreams::Get().Folder().Read(hostPath.substr(folder.size() + 1));
+    }
+
+    int Run(const std::string& commandLine) {
+        runner.ShellAndWait(commandLine, 6);
+        return runner.History().back().ExitCode;
+    }
+
+    std::string Project() const { return temp.Read("work dir/FRAMESERVING/001.d2v"); }
+    std::string Log() const { return temp.Read("work dir/FRAMESERVING/001.log"); }
+
+    platform::AviStreamInfo ServeScript() const {
+        temp.Write("work dir/FRAMESERVING/001.avs", "Mpeg2Source(\"001.d2v\")\r\n");
+        return platform::ReadAviStreamInfo(temp.Host("work dir/FRAMESERVING/001.avs"), paths);
+    }
+
+    test::TempFolder temp;
+    platform::PathSpace paths = temp.Drives();
+    platform::Launcher launcher{paths};
+    platform::ProcessRunner runner{launcher};
+    std::string output;
+};
+
+struct ToolLayout {
+    const char* Tool;
+    const char* FirstLine;
+    std::size_t FieldOperationLine;
+    std::size_t FrameRateLine;
+    std::size_t FirstDataLine;
+    std::size_t FirstFlagToken;
+    const char* FrameRate;
+};
+
+constexpr ToolLayout kLayouts[] = {
+    {"dvd2avirb", "DVD2AVIProjectFile03", 10, 11, 13, 5, "Frame_Rate=25000"},
+    {"dvd2avidg", "DVD2AVIProjectFile03", 10, 11, 13, 5, "Frame_Rate=25000"},
+    {"DGIndex", "DGIndexProjectFile16", 12, 13, 14, 6, "Frame_Rate=25000 (25/1)"},
+};
+
+TEST(Dvd2aviStandin, EachToolIndexesAProgressiveStreamAtTheLinesTheJobReads) {
+    KESTROVA_REQUIRE_FFMPEG();
+    const std::string stream = MpegTestStreams::Get().Progressive25();
+    const auto probed = test::ProbeFrames(stream);
+    ASSERT_EQ(probed.size(), 37u);
+    const std::size_t groupHeaders = test::StartCodeOffsets(IndexFixture::ReadAll(stream), 0xB8).size();
+
+    for (const ToolLayout& layout : kLayouts) {
+        SCOPED_TRACE(layout.Tool);
+        IndexFixture f(stream);
+        ASSERT_EQ(f.Run(IndexCommand(layout.Tool)), 0) << f.output;
+        const std::vector<std::string> lines = Lines(f.Project());
+        ASSERT_GT(lines.size(), layout.FirstDataLine);
+        EXPECT_EQ(lines[0], layout.FirstLine);
+        EXPECT_EQ(lines[1], "1");
+        EXPECT_EQ(lines[2], kM2vPath);
+        EXPECT_EQ(lines[layout.FieldOperationLine].rfind("Field_Operation=0", 0), 0u);
+        EXPECT_EQ(lines[layout.FrameRateLine], layout.FrameRate);
+
+        // One data line per group; flags from the first flag token, in display order.
+        EXPECT_EQ(lines.size() - layout.FirstDataLine, groupHeaders);
+        std::string types;
+        std::size_t flags = 0;
+        for (std::size_t line = layout.FirstDataLine; line < lines.size(); ++line) {
+            std::vector<std::string> tokens = Tokens(lines[line]);
+            if (line + 1 == lines.size()) {
+                ASSERT_EQ(tokens.back(), "ff");
+                tokens.pop_back();
+            }
+            ASSERT_GT(tokens.size(), layout.FirstFlagToken);
+            bool referenceShown = false;
+            for (std::size_t i = layout.FirstFlagToken; i < tokens.size(); ++i, ++flags) {
+                EXPECT_EQ(tokens[i].back(), '0');  // progressive, no repeats, bottom first
+                if (tokens[i].size() != 2) continue;
+                const int flag = std::stoi(tokens[i], nullptr, 16);
+                types += "?IPB"[flag >> 4 & 3];
+                EXPECT_EQ((flag & 0x40) != 0, true);  // progressive frame
+                // Only the B pictures before the I picture of an open group need the group before.
+                referenceShown = referenceShown || types.back() != 'B' || line == layout.FirstDataLine;
+                EXPECT_EQ((flag & 0x80) != 0, referenceShown) << "line " << line << " token " << i;
+            }
+        }
+        EXPECT_EQ(flags, 37u);
+        if (layout.FirstFlagToken == 6) {
+            std::string probedTypes;
+            for (const auto& frame : probed) probedTypes += frame.Type;
+            EXPECT_EQ(types, probedTypes);
+        }
+
+        EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=37\r\nTFF=0\r\nZIG=37\r\nPER=0\r\n");
+
+        // Read back as the frame server reads it.
+        const platform::D2vProject project = platform::ParseD2vProject(f.Project(), "001.d2v");
+        EXPECT_EQ(project.Files, std::vector<std::string>{kM2vPath});
+        EXPECT_EQ(project.Operation, platform::FieldOperation::None);
+        EXPECT_EQ(project.Rate, (platform::FrameRate{25, 1}));
+        EXPECT_EQ(project.Frames, 37);
+        EXPECT_EQ(project.FlagCounts[0], 37);
+        const platform::AviStreamInfo info = f.ServeScript();
+        ASSERT_FALSE(info.ErrorClip) << info.Error;
+        EXPECT_EQ(info.Length, 37);
+        EXPECT_EQ(info.Width, 720);
+        EXPECT_EQ(info.Height, 576);
+        EXPECT_EQ(static_cast<double>(info.Rate) / info.Scale, 25.0);
+    }
+}
+
+TEST(Dvd2aviStandin, InterlacedTelecineAndStillStreamsGiveTheirFlagsAndCounts) {
+    KESTROVA_REQUIRE_FFMPEG();
+    auto& streams = MpegTestStreams::Get();
+
+    {
+        SCOPED_TRACE("interlaced, top field first");
+        IndexFixture f(streams.InterlacedTff25());
+        ASSERT_EQ(f.Run(IndexCommand("dvd2avidg")), 0) << f.output;
+        EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=0\r\nTFF=37\r\nZIG=37\r\nPER=0\r\n");
+        const platform::D2vProject project = platform::ParseD2vProject(f.Project(), "001.d2v");
+        EXPECT_EQ(project.FlagCounts[2], 37);
+        EXPECT_EQ(f.ServeScript().Length, 37);
+    }
+    {
+        SCOPED_TRACE("soft telecine film");
+        streams.Film();
+        streams.Folder().Write("telecine.m2v", test::SoftTelecine(streams.Folder().Read("film.m2v")));
+        const auto probed = test::ProbeFrames(streams.Host("telecine.m2v"));
+        int fields = 0;
+        int topFirst = 0;
+        for (const auto& frame : probed) {
+            fields += 2 + frame.RepeatPict;
+            topFirst += frame.TopFieldFirst ? 1 : 0;
+        }
+        IndexFixture f(streams.Host("telecine.m2v"));
+        ASSERT_EQ(f.Run(IndexCommand("DGIndex")), 0) << f.output;
+        EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=37\r\nTFF=" + std::to_string(topFirst) + "\r\nZIG=37\r\nPER=100\r\n");
+        const std::vector<std::string> lines = Lines(f.Project());
+        EXPECT_EQ(lines[13], "Frame_Rate=29970 (30000/1001)");
+        const platform::AviStreamInfo info = f.ServeScript();
+        ASSERT_FALSE(info.ErrorClip) << info.Error;
+        EXPECT_EQ(info.Length, fields / 2);  // the repeated fields make whole frames
+        EXPECT_EQ(info.Width, 720);
+        EXPECT_EQ(info.Rate, 30000u);
+        EXPECT_EQ(info.Scale, 1001u);
+    }
+    {
+        SCOPED_TRACE("still");
+        IndexFixture f(streams.Still());
+        ASSERT_EQ(f.Run(IndexCommand("dvd2avirb")), 0) << f.output;
+        const std::vector<std::string> log = Lines(f.Log());
+        ASSERT_EQ(log.size(), 5u);
+        EXPECT_EQ(log[0], "D2V=1");
+        const std::vector<std::string> lines = Lines(f.Project());
+        ASSERT_EQ(lines.size(), 14u);
+        EXPECT_EQ(lines[11], "Frame_Rate=29970");
+        EXPECT_EQ(Tokens(lines[13]).size(), 5u + 1 + 1);  // five leading tokens, one flag, "ff"
+        EXPECT_EQ(f.ServeScript().Length, 1);
+    }
+}
+
+TEST(Dvd2aviStandin, BadCommandLinesBrokenStreamsAndAskedFailuresLeaveNoProject) {
+    KESTROVA_REQUIRE_FFMPEG();
+    auto& streams = MpegTestStreams::Get();
+    const std::string stream = streams.Progressive25();
+    const std::string withoutExit = IndexCommand("dvd2avirb").substr(0, IndexCommand("dvd2avirb").size() - 6);
+    const std::string dgindexWithClip = "K:\\PROG\\DGIndex.exe -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[" +
+                                        std::string(kM2vPath) + "] -DRC=0 -OF=[" + kOutputPath + "] -exit";
+    struct Case {
+        const char* Name;
+        std::string CommandLine;
+        std::string Message;
+    } cases[] = {
+        {"no -exit", withoutExit, "dvd2avirb: the option -exit is missing"},
+        {"-Cs on DGIndex", dgindexWithClip, "DGIndex: the option -Cs is not one this tool knows"},
+        {"unclosed path", "K:\\PROG\\dvd2avidg.exe -OF=[K:\\b] -exit -IF=[K:\\a.m2v", "has no \"]\""},
+        {"field operation out of range", "K:\\PROG\\DGIndex.exe -FO=3 -IF=[K:\\a.m2v] -OF=[K:\\b] -exit",
+         "-FO=3 is out of range"},
+        {"missing video", IndexCommand("DGIndex", "K:\\work dir\\DEMUXED\\002.M2V"), "there is no such file"},
+    };
+    for (const Case& c : cases) {
+        IndexFixture f(stream);
+        EXPECT_EQ(f.Run(c.CommandLine), 1) << c.Name;
+        EXPECT_NE(f.output.find(c.Message), std::string::npos) << c.Name << ": " << f.output;
+        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.d2v")) << c.Name;
+        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.log")) << c.Name;
+    }
+
+    // A stream cut inside a picture: the tool says where, and leaves nothing.
+    const std::string bytes = IndexFixture::ReadAll(stream);
+    streams.Folder().Write("cut.m2v", bytes.substr(0, bytes.size() * 2 / 3));
+    {
+        IndexFixture f(streams.Host("cut.m2v"));
+        EXPECT_EQ(f.Run(IndexCommand("DGIndex")), 1);
+        EXPECT_NE(f.output.find("001.M2V\" at offset "), std::string::npos) << f.output;
+        EXPECT_NE(f.output.find("cut short"), std::string::npos) << f.output;
+        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.d2v"));
+    }
+
+    // Asked to die mid-run: half a project file without its end, and no log.
+    {
+        IndexFixture f(stream);
+        f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "dvd2avirb=partial");
+        EXPECT_EQ(f.Run(IndexCommand("dvd2avirb")), 1);
+        ASSERT_TRUE(f.temp.Exists("work dir/FRAMESERVING/001.d2v"));
+        EXPECT_EQ(f.Project().find(" ff"), std::string::npos);
+        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.log"));
+        EXPECT_TRUE(f.ServeScript().ErrorClip);
+    }
+}
+
+}  // namespace
+}  // namespace kestrova
