@@ -215,7 +215,9 @@ std::string StreamScanner::Where(std::uint64_t offset) const {
     return "The MPEG video stream \"" + stream_.Name + "\" at offset " + std::to_string(offset);
 }
 
-void StreamScanner::Fail(std::uint64_t offset, const std::string& what) const { throw Error(Where(offset) + ": " + what); }
+void StreamScanner::Fail(std::uint64_t offset, const std::string& what) const {
+    throw Error(Where(offset) + ": " + what);
+}
 
 HeaderBits StreamScanner::Header(const char* name, std::size_t wanted) {
     return HeaderBits(HeaderBytes(wanted), Where(codeOffset_), name);
@@ -226,8 +228,9 @@ void StreamScanner::FindStreamStart() {
     std::size_t zeros = 0;
     while (true) {
         if (!Fill(1)) {
-            Fail(base_ + scan_, zeros == 0 ? std::string("the stream is empty; expected an MPEG video elementary stream")
-                                           : "the stream holds nothing but zero bytes");
+            Fail(base_ + scan_, zeros == 0
+                                    ? std::string("the stream is empty; expected an MPEG video elementary stream")
+                                    : "the stream holds nothing but zero bytes");
         }
         if (buffer_[scan_] != 0) break;
         ++scan_;
@@ -261,13 +264,15 @@ VideoStream StreamScanner::Run() {
 
 void StreamScanner::Dispatch() {
     if (afterSequenceEnd_ && code_ != kSequenceHeaderCode) {
-        Fail(codeOffset_, "the start code " + Hex2(code_) + " follows the sequence end code; expected a sequence header");
+        Fail(codeOffset_,
+             "the start code " + Hex2(code_) + " follows the sequence end code; expected a sequence header");
     }
     afterSequenceEnd_ = false;
     if (sequenceExtensionDue_ && code_ != kExtensionStartCode) ResolveSequenceKind(false);
     if (pictureExtensionDue_ && code_ != kExtensionStartCode) {
-        Fail(open_->Picture.Offset, "the picture header is not followed by its picture coding extension (the start code " +
-                                        Hex2(code_) + " at offset " + std::to_string(codeOffset_) + " comes first)");
+        Fail(open_->Picture.Offset,
+             "the picture header is not followed by its picture coding extension (the start code " + Hex2(code_) +
+                 " at offset " + std::to_string(codeOffset_) + " comes first)");
     }
 
     if (code_ == kPictureStartCode) {
@@ -610,7 +615,8 @@ void StreamScanner::FinishStream() {
     }
     FinishPicture(true);
     if (firstField_) {
-        Fail(firstField_->Picture.Offset, "the stream ends after the first field of this picture; the file is cut short");
+        Fail(firstField_->Picture.Offset,
+             "the stream ends after the first field of this picture; the file is cut short");
     }
     stream_.Size = base_ + end_;
     if (groupAwaitsPicture_) {
@@ -693,7 +699,9 @@ std::vector<std::size_t> DisplayOrder(const VideoStream& stream, const GroupOfPi
     // Temporal references count modulo 1024; leading B pictures come just
     // before the group's first picture, so count from half a turn before it.
     const unsigned base = stream.Pictures[group.FirstPicture].TemporalReference;
-    auto key = [&](std::size_t index) { return (stream.Pictures[index].TemporalReference + 1024u + 512u - base) % 1024u; };
+    auto key = [&](std::size_t index) {
+        return (stream.Pictures[index].TemporalReference + 1024u + 512u - base) % 1024u;
+    };
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return key(a) < key(b); });
     return order;
 }

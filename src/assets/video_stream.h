@@ -50,7 +50,8 @@ struct SequenceHeader {
     std::uint64_t Offset = 0;
     std::int32_t Width = 0;
     std::int32_t Height = 0;
-    std::uint8_t AspectRatioCode = 0;  // display aspect (MPEG-2: 1 square, 2 4:3, 3 16:9, 4 2.21:1) or MPEG-1 pel aspect
+    // MPEG-2: the display aspect (1 square pixels, 2 4:3, 3 16:9, 4 2.21:1); MPEG-1: the pixel aspect.
+    std::uint8_t AspectRatioCode = 0;
     std::uint8_t FrameRateCode = 0;    // 1 23.976 ... 8 59.94
     std::uint8_t FrameRateExtensionN = 0;
     std::uint8_t FrameRateExtensionD = 0;

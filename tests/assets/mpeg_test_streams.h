@@ -139,7 +139,7 @@ private:
 inline std::vector<std::size_t> StartCodeOffsets(const std::string& bytes, unsigned char code) {
     std::vector<std::size_t> offsets;
     for (std::size_t at = 0; at + 3 < bytes.size(); ++at) {
-        if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1 && static_cast<unsigned char>(bytes[at + 3]) == code) {
+        if (bytes.compare(at, 3, std::string("\0\0\1", 3)) == 0 && static_cast<unsigned char>(bytes[at + 3]) == code) {
             offsets.push_back(at);
         }
     }

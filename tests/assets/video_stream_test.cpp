@@ -296,7 +296,8 @@ TEST(VideoStream, CutAndGarbledStreamsAreRefusedNamingFileAndOffset) {
         std::string Expected;
     } cases[] = {
         {"empty", "", "at offset 0: the stream is empty"},
-        {"cut in the sequence header", bytes.substr(0, 7), "at offset 0: the sequence header is cut short after 3 bytes"},
+        {"cut in the sequence header", bytes.substr(0, 7),
+         "at offset 0: the sequence header is cut short after 3 bytes"},
         {"cut inside a picture's slices", bytes.substr(0, picture + 300),
          "at offset " + std::to_string(picture) + ": the picture's slices reach macroblock row"},
         {"cut after a picture header", bytes.substr(0, picture + 9),
@@ -305,16 +306,19 @@ TEST(VideoStream, CutAndGarbledStreamsAreRefusedNamingFileAndOffset) {
          "at offset " + std::to_string(groups[1]) + ": the stream ends after this group header"},
         {"garbage first", "\xFF\xFE" + bytes, "at offset 0: the stream does not begin with a start code"},
         {"a program stream", std::string("\0\0\1\xBA", 4) + bytes, "at offset 0: the stream begins with the system"},
-        {"a picture after the sequence end", bytes.substr(0, picture) + std::string("\0\0\1\xB7", 4) + bytes.substr(picture),
+        {"a picture after the sequence end",
+         bytes.substr(0, picture) + std::string("\0\0\1\xB7", 4) + bytes.substr(picture),
          "at offset " + std::to_string(picture + 4) + ": the start code 0x00 follows the sequence end code"},
-        {"picture type 0", typeZero, "at offset " + std::to_string(picture) + ": the picture header has the picture coding type 0"},
+        {"picture type 0", typeZero,
+         "at offset " + std::to_string(picture) + ": the picture header has the picture coding type 0"},
         {"reserved start code", with(picture, std::string("\0\0\1\xB0", 4)),
          "at offset " + std::to_string(picture) + ": the start code 0xB0 is reserved"},
         {"picture start code lost", with(picture, std::string("\0\0\1\x01", 4)),
          "a picture coding extension does not follow a picture header"},
         {"group header lost", with(groups[1], std::string("\0\0\1\x01", 4)), "lies outside any picture"},
         {"no picture coding extension", with(extension, std::string("\0\0\1\xB2", 4)),
-         "at offset " + std::to_string(picture) + ": the picture header is not followed by its picture coding extension"},
+         "at offset " + std::to_string(picture) +
+             ": the picture header is not followed by its picture coding extension"},
     };
     for (const Case& c : cases) {
         const std::string message = ScanError(c.Bytes);

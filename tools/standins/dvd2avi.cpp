@@ -191,12 +191,14 @@ std::string FlagToken(const VideoPicture& picture, bool decodableAlone, IndexVar
     if (variant == IndexVariant::Dvd2avi) return std::to_string(fields);
     // D pictures of MPEG-1 are intra coded: they are listed as I.
     const unsigned type = picture.Type == PictureCodingType::D ? 1u : static_cast<unsigned>(picture.Type);
-    const unsigned flags = (decodableAlone ? 0x80u : 0u) | (picture.ProgressiveFrame ? 0x40u : 0u) | (type << 4) | fields;
+    const unsigned flags =
+        (decodableAlone ? 0x80u : 0u) | (picture.ProgressiveFrame ? 0x40u : 0u) | (type << 4) | fields;
     return Hex(flags, 2);
 }
 
 std::string DataLine(const VideoStream& stream, const GroupOfPictures& group, IndexVariant variant) {
-    const unsigned info = 0x800u | (group.ClosedGop ? 0x400u : 0u) | (stream.Sequence.ProgressiveSequence ? 0x200u : 0u);
+    const unsigned info =
+        0x800u | (group.ClosedGop ? 0x400u : 0u) | (stream.Sequence.ProgressiveSequence ? 0x200u : 0u);
     std::string line = Hex(info, 3);
     if (variant == IndexVariant::DGIndex) line += " " + std::to_string(stream.Sequence.MatrixCoefficients);
     line += " 0 " + std::to_string(group.Offset) + " 0 0";
