@@ -50,5 +50,8 @@ int RunSleep(const Invocation& call);
 int RunTouch(const Invocation& call);
 int RunCopy(const Invocation& call);
 int RunProgramFolder(const Invocation& call);
+int RunDvdDecrypter(const Invocation& call);
+int RunPgcDemux(const Invocation& call);
+int RunVobtest(const Invocation& call);
 
 }  // namespace kestrova::standin
