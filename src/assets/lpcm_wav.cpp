@@ -55,7 +55,8 @@ LpcmFormat ReadLpcmFormat(std::span<const std::uint8_t> substreamHeader, const s
     case 0: format.BitsPerSample = 16; break;
     case 1: format.BitsPerSample = 20; break;
     case 2: format.BitsPerSample = 24; break;
-    default: throw Error(where + ": the LPCM header gives the reserved quantisation 3; 16, 20 or 24 bits were expected");
+    default:
+        throw Error(where + ": the LPCM header gives the reserved quantisation 3; 16, 20 or 24 bits were expected");
     }
     switch ((byte >> 4) & 0x03) {
     case 0: format.SampleRate = 48000; break;
@@ -76,8 +77,8 @@ void LpcmWavWriter::Add(const LpcmFormat& format, std::span<const std::uint8_t> 
                                                   : static_cast<std::size_t>(format.Channels) *
                                                         (format.BitsPerSample == 20 ? 5 : 6);
     } else if (!(*format_ == format)) {
-        throw Error("\"" + out.Name() + "\": the LPCM stream changes from " + Describe(*format_) + " to " + Describe(format) +
-                    " audio; one WAV file holds one format");
+        throw Error("\"" + out.Name() + "\": the LPCM stream changes from " + Describe(*format_) + " to " +
+                    Describe(format) + " audio; one WAV file holds one format");
     }
     if (out.Size() == 0) out.Write(WavHeader(format, 0));
 

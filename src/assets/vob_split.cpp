@@ -104,7 +104,8 @@ private:
     void WriteLpcm(const Pack& pack, const PesPacket& packet, OutputState& state, platform::ByteWriter& writer) {
         const int formatByte = packet.SubstreamHeader.size() > 4 ? packet.SubstreamHeader[4] : -2;
         if (formatByte != state.LpcmFormatByte) {
-            const std::string where = "\"" + reader_.Name() + "\" at byte " + std::to_string(pack.Offset + packet.Offset);
+            const std::string where =
+                "\"" + reader_.Name() + "\" at byte " + std::to_string(pack.Offset + packet.Offset);
             state.Lpcm = ReadLpcmFormat(packet.SubstreamHeader, where);
             state.LpcmFormatByte = formatByte;
         }

@@ -44,7 +44,9 @@ class MemoryWriter final : public platform::ByteWriter {
 public:
     MemoryWriter(Bytes& bytes, std::string name) : bytes_(bytes), name_(std::move(name)) {}
 
-    void Write(std::span<const std::uint8_t> bytes) override { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
+    void Write(std::span<const std::uint8_t> bytes) override {
+        bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    }
     void Rewrite(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
         if (offset + bytes.size() > bytes_.size()) throw Error("rewrite past the end of " + name_);
         std::copy(bytes.begin(), bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));

@@ -34,8 +34,12 @@ std::vector<std::string> PackLines(platform::ByteReader& input, std::size_t bloc
     while (const Pack* pack = reader.Next()) {
         std::string line = std::to_string(pack->Offset) + " kind " + std::to_string(static_cast<int>(pack->Kind)) +
                            " packets " + std::to_string(pack->Packets.size());
-        if (pack->HasNav) line += " vob " + std::to_string(pack->Nav.VobId) + " cell " + std::to_string(pack->Nav.CellId);
-        for (const PesPacket& packet : pack->Packets) line += " " + StreamHex(packet.Stream) + "@" + std::to_string(packet.Pts);
+        if (pack->HasNav) {
+            line += " vob " + std::to_string(pack->Nav.VobId) + " cell " + std::to_string(pack->Nav.CellId);
+        }
+        for (const PesPacket& packet : pack->Packets) {
+            line += " " + StreamHex(packet.Stream) + "@" + std::to_string(packet.Pts);
+        }
         lines.push_back(line);
     }
     return lines;

@@ -136,7 +136,8 @@ TEST(VobSplit, LpcmBecomesWavWithSamplesCarriedAcrossPackets) {
 TEST(VobSplit, LpcmFormatsThatNoWavCanHoldAreRefusedNamingTheFile) {
     const Bytes changing = test::Join({PackBuilder().Nav(1, 1).Bytes(), PackBuilder().Lpcm(0xA0, 0x01, {1, 2}).Bytes(),
                                        PackBuilder().Lpcm(0xA0, 0x00, {3, 4}).Bytes()});
-    const Bytes reserved = test::Join({PackBuilder().Nav(1, 1).Bytes(), PackBuilder().Lpcm(0xA1, 0xC1, {1, 2}).Bytes()});
+    const Bytes reserved =
+        test::Join({PackBuilder().Nav(1, 1).Bytes(), PackBuilder().Lpcm(0xA1, 0xC1, {1, 2}).Bytes()});
     for (const auto& [stream, words] : {std::pair{changing, "changes from 16-bit 48000 Hz 2-channel"},
                                         std::pair{reserved, "reserved quantisation"}}) {
         test::MemoryTargets targets;

@@ -41,7 +41,9 @@ void MakeVob() {
     g_folder = fs::temp_directory_path() / ("kestrova-bench-demux-" + std::to_string(::getpid()));
     fs::create_directories(g_folder / "out");
     std::ofstream out(g_folder / "BIG.VOB", std::ios::binary);
-    for (g_bytes = 0; g_bytes < target; g_bytes += menu.size()) out.write(menu.data(), static_cast<std::streamsize>(menu.size()));
+    for (g_bytes = 0; g_bytes < target; g_bytes += menu.size()) {
+        out.write(menu.data(), static_cast<std::streamsize>(menu.size()));
+    }
     out.close();
     g_vob = "Z:" + (g_folder / "BIG.VOB").string();
     std::cerr << "bench_demux: " << (g_bytes >> 20) << " MB in " << (g_folder / "BIG.VOB").string() << "\n";
