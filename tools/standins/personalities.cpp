@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 7> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 10> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"touch", RunTouch, false, "touch FILE...        makes each file (empty) where it is missing"},
     {"copy", RunCopy, true, "copy SOURCE TARGET   copies the bytes of SOURCE to TARGET"},
@@ -21,6 +21,13 @@ constexpr std::array<PersonalityEntry, 7> kPersonalities = {{
     {"DGIndex", RunDvd2avi, true,
      "DGIndex -IA=1 -FO=0 -YR=1 -TN=1 -IF=[M2V] -DRC=0 -OF=[OUT] -exit\n"
      "                       indexes M2V into OUT.d2v (DGIndex project) and OUT.log"},
+    {"DVDDecrypter", RunDvdDecrypter, true,
+     "DVDDecrypter /MODE FILE /SRC D: /FILES F.VOB /DEST DIR /SPLIT VOBID|CELLID /DEMUX E0 80 ...\n"
+     "                       splits a menu VOB of the disc by VOB id or cell (or /SPLIT FILE copies files)"},
+    {"PgcDemux", RunPgcDemux, true,
+     "PgcDemux -m2v -vid N|-cid V C -aud -menu [-customvob nsvi] X.IFO DIR\n"
+     "                       demultiplexes one VOB id or cell of the menu VOB beside X.IFO"},
+    {"vobtest", RunVobtest, true, "vobtest JOINED.VOB OUT.txt  lists the still cells of a VOB"},
 }};
 
 }  // namespace

@@ -51,5 +51,8 @@ int RunTouch(const Invocation& call);
 int RunCopy(const Invocation& call);
 int RunProgramFolder(const Invocation& call);
 int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
+int RunDvdDecrypter(const Invocation& call);
+int RunPgcDemux(const Invocation& call);
+int RunVobtest(const Invocation& call);
 
 }  // namespace kestrova::standin

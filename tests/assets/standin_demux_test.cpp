@@ -1,0 +1,188 @@
+// The DVD Decrypter, PgcDemux and vobtest stand-ins run through the tool
+// table as the job runs them: the command lines the job writes, the drive
+// map of the job, the exact names the later stages look for.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <set>
+
+#include "platform/files.h"
+#include "platform/native_tools.h"
+#include "support/fixtures.h"
+#include "support/job_fixture.h"
+
+namespace kestrova {
+namespace {
+
+constexpr const char* kDemuxed = "K:\\JOB\\D_VIDEO_TS\\DEMUXED";
+
+// A job whose drive D: is a fixture disc (or a folder of the test) and
+// whose Windows tools are the stand-ins.
+struct StandInJob : test::JobFixture {
+    explicit StandInJob(const std::string& discHost) {
+        paths.MapDrive('D', discHost, platform::DriveKind::CDRom);
+        platform::AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
+    }
+    std::set<std::string> Names(const std::string& folder) const {
+        const auto names = files.List(folder, "*.*", platform::ListKind::Files);
+        return {names.begin(), names.end()};
+    }
+    void Run(const std::string& line) { runner.ShellAndWait(line, 2); }
+    std::string childOutput;
+};
+
+std::string DiscRoot(const std::string& disc) { return std::filesystem::path(test::FixtureDisc(disc)).parent_path(); }
+
+std::string Decrypter(const std::string& file, const std::string& folder, const std::string& split,
+                      const std::string& demux, const std::string& tail) {
+    return "K:\\Program\\DVDDecrypter.exe /MODE FILE /SRC D: /FILES " + file + " /DEST \"" + folder +
+           "\" /START /CLOSE /SPLIT " + split + " /DEMUX " + demux + tail;
+}
+
+// The fields the renamer takes from a DVD Decrypter name.
+struct RenameFields {
+    std::string Vob, Cell, Delay, Substream;
+};
+
+RenameFields FieldsOf(const std::string& name) {
+    RenameFields fields;
+    auto behind = [&name](const std::string& mark, std::size_t count) {
+        const auto at = name.find(mark);
+        return at == std::string::npos ? std::string() : name.substr(at + mark.size(), count);
+    };
+    fields.Vob = behind("VOBID_", 3);
+    fields.Cell = behind("CELLID_", 3);
+    if (const auto delay = name.find("DELAY "); delay != std::string::npos) {
+        fields.Delay = name.substr(delay + 6, name.find("ms") - delay - 6);
+    }
+    if (const auto hex = name.find("0x"); hex != std::string::npos) {
+        fields.Substream = name.substr(hex + 2, name.find(' ', hex) - hex - 2);
+    }
+    return fields;
+}
+
+TEST(DemuxStandIns, DvdDecrypterLeavesOneFilePerStreamAndUnitUnderNamesTheRenamerReads) {
+    StandInJob f(DiscRoot("pal-menu-cells-jumppad"));
+    const auto plan = f.launcher.Plan("K:\\Program\\dvddecrypter.EXE /MODE FILE");
+    EXPECT_EQ(plan.WindowTitle, "DVD Decrypter");
+    EXPECT_EQ(plan.Argv, (std::vector<std::string>{KESTROVA_STANDIN_PATH, "--tool", "DVDDecrypter", "/MODE", "FILE"}));
+    f.Run(Decrypter("VIDEO_TS.VOB", kDemuxed, "VOBID", "E0 80 81 82 83 84 85 86 87", " /DIRECT 2? 3? /CCVOB"));
+    f.Run(Decrypter("VIDEO_TS.VOB", std::string(kDemuxed) + "_CELLID", "CELLID", "E0 80 81 82 83 84 85 86 87", ""));
+
+    // Names with the delay in a pattern: its value depends on the muxer's versions.
+    const std::vector<std::string> byVob = {
+        "VIDEO_TS - VOBID_001 - Audio 0x80 - DELAY (-?[0-9]+)ms.AC3", "VIDEO_TS - VOBID_001 - Video 0xE0.M2V",
+        "VIDEO_TS - VOBID_001.VOB",
+        "VIDEO_TS - VOBID_002 - Audio 0x80 - DELAY (-?[0-9]+)ms.AC3", "VIDEO_TS - VOBID_002 - Video 0xE0.M2V",
+        "VIDEO_TS - VOBID_002.VOB",
+        "VIDEO_TS - VOBID_003 - Audio 0x80 - DELAY (-?[0-9]+)ms.AC3", "VIDEO_TS - VOBID_003 - Video 0xE0.M2V",
+        "VIDEO_TS - VOBID_003.VOB"};
+    std::vector<std::string> byCell;
+    for (const auto& [vob, cell] : {std::pair{1, 1}, {2, 1}, {3, 1}, {3, 2}, {3, 3}}) {
+        const std::string unit = "VIDEO_TS - VOBID_00" + std::to_string(vob) + " - CELLID_00" + std::to_string(cell);
+        byCell.push_back(unit + " - Audio 0x80 - DELAY (-?[0-9]+)ms.AC3");
+        byCell.push_back(unit + " - Video 0xE0.M2V");
+    }
+    for (const auto& [folder, patterns] : {std::pair{std::string(kDemuxed), byVob},
+                                           std::pair{std::string(kDemuxed) + "_CELLID", byCell}}) {
+        const auto names = f.Names(folder);
+        ASSERT_EQ(names.size(), patterns.size()) << folder << "\n" << f.childOutput;
+        auto pattern = patterns.begin();
+        for (const std::string& name : names) {
+            std::smatch match;
+            EXPECT_TRUE(std::regex_match(name, match, std::regex(*pattern))) << name << " against " << *pattern;
+            const RenameFields fields = FieldsOf(name);
+            EXPECT_EQ(fields.Vob, name.substr(name.find("VOBID_") + 6, 3)) << name;
+            EXPECT_EQ(fields.Cell.empty(), folder == kDemuxed) << name;
+            if (match.size() > 1) {
+                EXPECT_EQ(fields.Delay, match[1].str()) << name;
+                EXPECT_LT(std::abs(std::stoi(fields.Delay)), 1000) << name;
+                EXPECT_EQ(fields.Substream, "80") << name;
+            }
+            EXPECT_GT(f.files.FileSize(folder + "\\" + name), 0u) << name;
+            ++pattern;
+        }
+    }
+}
+
+TEST(DemuxStandIns, PgcDemuxLeavesItsFixedNamesForOneVobIdOrCell) {
+    StandInJob f(DiscRoot("pal-menu-cells-jumppad"));
+    const std::string ifo = "\"D:\\VIDEO_TS\\VIDEO_TS.IFO\"";
+    const std::string vobLine =
+        "K:\\Program\\PgcDemux.exe -m2v -vid 1 -aud -nosub -nolog -menu -nocellt -customvob nsvi " + ifo + " \"" +
+        kDemuxed + "\"";
+    f.Run(vobLine);
+    EXPECT_EQ(f.Names(kDemuxed), (std::set<std::string>{"AudioFile_80.ac3", "VideoFile.m2v", "VTS_01_0.VOB"}))
+        << f.childOutput;
+    // The custom VOB keeps NAV, video and subpicture packs, no audio.
+    const std::string vob = f.files.ToHost(std::string(kDemuxed) + "\\VTS_01_0.VOB");
+    const auto size = f.files.FileSize(std::string(kDemuxed) + "\\VTS_01_0.VOB");
+    EXPECT_EQ(size % 2048, 0u);
+    f.Run(vobLine);
+    EXPECT_EQ(f.files.FileSize(std::string(kDemuxed) + "\\VTS_01_0.VOB"), size) << "a second run replaces its files";
+    std::string probe;
+    if (FILE* pipe = ::popen(("ffprobe -v error -show_entries stream=codec_type -of csv=p=0 '" + vob + "'").c_str(),
+                             "r")) {
+        char buffer[128];
+        while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) probe += buffer;
+        ::pclose(pipe);
+        if (!probe.empty()) {
+            EXPECT_NE(probe.find("video"), std::string::npos) << probe;
+            EXPECT_EQ(probe.find("audio"), std::string::npos) << probe;
+        }
+    }
+
+    const std::string cellFolder = "K:\\JOB\\D_VIDEO_TS\\DEMUXED_CELLID";
+    f.Run("K:\\Program\\PgcDemux.exe -m2v -cid 3 2 -aud -nolog -nosub -menu -nocellt " + ifo + " \"" + cellFolder +
+          "\"");
+    EXPECT_EQ(f.Names(cellFolder), (std::set<std::string>{"AudioFile_80.ac3", "VideoFile.m2v"})) << f.childOutput;
+    // The MPEG audio of the motion menu of another disc.
+    StandInJob g(DiscRoot("pal-vmg-buttons"));
+    g.Run(vobLine);
+    EXPECT_EQ(g.Names(kDemuxed), (std::set<std::string>{"AudioFile_C0.mpa", "VideoFile.m2v", "VTS_01_0.VOB"}))
+        << g.childOutput;
+}
+
+TEST(DemuxStandIns, VobtestListsTheStillCellsAndEndsTheScan) {
+    struct Case {
+        const char* Disc;
+        const char* Vob;
+        const char* Scan;
+    };
+    for (const Case& c : {Case{"pal-vmg-buttons", "VIDEO_TS.VOB", "v2/c1End Scan\r\n"},
+                          Case{"pal-menu-cells-jumppad", "VIDEO_TS.VOB", "End Scan\r\n"},
+                          Case{"ntsc-vts-menus-2lang", "VTS_01_0.VOB",
+                               "v1/c1v2/c1v3/c1v4/c1v5/c1v6/c1v7/c1v8/c1End Scan\r\n"}}) {
+        StandInJob f(DiscRoot(c.Disc));
+        f.Run(std::string("K:\\Program\\vobtest.exe \"D:\\VIDEO_TS\\") + c.Vob + "\" \"K:\\VOBAnalysis.txt\"");
+        EXPECT_EQ(f.files.ReadText("K:\\VOBAnalysis.txt"), c.Scan) << c.Disc << " " << c.Vob << "\n" << f.childOutput;
+    }
+}
+
+TEST(DemuxStandIns, ADamagedVobOrAPartialRunLeavesWhatWasWholeAndSaysWhere) {
+    const std::string source = test::FixtureDisc("pal-vmg-buttons") + "/VIDEO_TS.VOB";
+    test::TempFolder disc;
+    const auto bytes = platform::FileSystem(disc.Drives()).ReadText("Z:" + source);
+    disc.Write("VIDEO_TS/VIDEO_TS.VOB", bytes.substr(0, 20 * 2048 + 100));
+    StandInJob f(disc.Host());
+    f.Run(Decrypter("VIDEO_TS.VOB", kDemuxed, "VOBID", "E0 C0", ""));
+    EXPECT_NE(f.childOutput.find("VIDEO_TS.VOB\" at byte 40960 "), std::string::npos) << f.childOutput;
+    EXPECT_EQ(f.files.FileSize(std::string(kDemuxed) + "\\VIDEO_TS - VOBID_001.VOB"), 20u * 2048);
+    EXPECT_EQ(f.Names(kDemuxed).count("VIDEO_TS - VOBID_001 - Video 0xE0.M2V"), 1u);
+
+    // Asked to fail partway, the tool splits the first half of the packs.
+    StandInJob g(DiscRoot("pal-vmg-buttons"));
+    g.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "DVDDecrypter=partial");
+    g.Run(Decrypter("VIDEO_TS.VOB", kDemuxed, "VOBID", "E0 C0", ""));
+    std::uint64_t packs = 0;
+    for (const std::string& name : g.Names(kDemuxed)) {
+        if (name.ends_with(".VOB")) packs += g.files.FileSize(std::string(kDemuxed) + "\\" + name);
+    }
+    EXPECT_EQ(packs, bytes.size() / 2048 / 2 * 2048);
+}
+
+}  // namespace
+}  // namespace kestrova
