@@ -11,6 +11,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/launcher.h"
+#include "platform/native_tools.h"
 #include "platform/process.h"
 #include "platform/questions.h"
 #include "platform/registry.h"
@@ -105,6 +106,8 @@ int main(int argc, char** argv) {
         platform::Registry registry(platform::Registry::DefaultHivePath());
         if (const std::string note = registry.Load(); !note.empty()) std::cerr << "kestrova-cli: " << note << '\n';
         platform::Launcher launcher(paths);
+        // The tools run as their native equivalents, which live beside this program.
+        platform::AddStandInTools(launcher, platform::ProgramHostFolder() + "/kestrova-standin");
         platform::ProcessRunner runner(launcher);
         platform::BatchInterpreter batch(runner, files, [&registry, &files](const std::string& regFile) {
             return registry.ImportRegFile(files.ToHost(regFile));

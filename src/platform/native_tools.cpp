@@ -15,6 +15,9 @@ constexpr NativeTool kStandInTools[] = {
     {"DVDDecrypter.exe", "DVDDecrypter", "DVD Decrypter"},
     {"PgcDemux.exe", "PgcDemux", ""},
     {"vobtest.exe", "vobtest", ""},
+    {"dvd2avirb.exe", "dvd2avirb", "DVD2AVI"},
+    {"dvd2avidg.exe", "dvd2avidg", "DVD2AVI"},
+    {"DGIndex.exe", "DGIndex", "DVD2AVI"},
 };
 
 }  // namespace

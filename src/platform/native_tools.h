@@ -10,8 +10,8 @@
 
 namespace kestrova::platform {
 
-// Registers "DVDDecrypter.exe", "PgcDemux.exe" and "vobtest.exe" as the
-// stand-in program at `standinHostPath` with "--tool" and the personality.
+// Registers "DVDDecrypter.exe", "PgcDemux.exe", "vobtest.exe" and the
+// indexing tools (dvd2avirb, dvd2avidg, DGIndex) as the stand-in program at `standinHostPath` with "--tool" and the personality.
 void AddStandInTools(Launcher& launcher, const std::string& standinHostPath);
 
 }  // namespace kestrova::platform
