@@ -16,6 +16,11 @@ void RunOutsideTool(JobContext& job, const std::string& commandLine, std::int16_
     }
 }
 
+std::string CommandLinePath(const JobContext& job, const std::string& path) {
+    const std::string shortPath = job.Files.Paths().GetShortPath(path);
+    return shortPath.find(' ') == std::string::npos ? shortPath : "\"" + shortPath + "\"";
+}
+
 std::string JoinPath(const std::string& folder, const std::string& name) {
     if (folder.empty()) return name;
     return folder.back() == '\\' ? folder + name : folder + "\\" + name;

@@ -14,6 +14,11 @@ namespace kestrova {
 // its files finds them missing, as with a tool that failed.
 void RunOutsideTool(JobContext& job, const std::string& commandLine, std::int16_t windowStyle);
 
+// A path as a command line names it: the short form, which on Windows has
+// no blanks; where no short form exists (as here) a path with a blank is
+// quoted so the line still names one program or file.
+std::string CommandLinePath(const JobContext& job, const std::string& path);
+
 // "K:\A" + "b" -> "K:\A\b"; a folder that already ends in "\" gets none more.
 std::string JoinPath(const std::string& folder, const std::string& name);
 

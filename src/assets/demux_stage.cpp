@@ -60,7 +60,7 @@ bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::stri
         state.Demuxing = 0;
         return true;
     }
-    const std::string line = job.Files.Paths().GetShortPath(tool) + " /MODE FILE /SRC " + VobPath.substr(0, 2) +
+    const std::string line = CommandLinePath(job, tool) + " /MODE FILE /SRC " + VobPath.substr(0, 2) +
                              " /FILES " + VobName + " /DEST \"" + job.WorkFolder + folder +
                              "\" /START /CLOSE /SPLIT " + split + DemuxAudioSelector(CurrentDomain(job)) + tail;
     RunOutsideTool(job, line, 2);
@@ -71,8 +71,8 @@ bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::stri
 
 bool EnablePGCDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell) {
     static_cast<void>(VobName);  // PgcDemux reads the domain through its IFO
-    const std::string tool = job.ProgramFolder + "\\PgcDemux.exe";
-    if (!job.Files.FileExists(tool)) return true;
+    if (!job.Files.FileExists(job.ProgramFolder + "\\PgcDemux.exe")) return true;
+    const std::string tool = CommandLinePath(job, job.ProgramFolder + "\\PgcDemux.exe");
     auto& domain = CurrentDomain(job);
     const auto maximum = static_cast<std::int64_t>(domain.Vob_Id.Count() + 1);
     UpdateProgress(job, 0, maximum, "PGCDemuxing", true, false);

@@ -33,15 +33,15 @@ std::string IndexCommandTail(const JobContext& job, const std::string& M2vPath, 
 void RunDVD2AVI(JobContext& job, const std::string& M2vPath, const std::string& Name, bool Second) {
     const std::string tool = Second ? "\\new.dvd2avi\\dvd2avidg.exe" : "\\new.dvd2avi\\dvd2avirb.exe";
     RunOutsideTool(job,
-                   job.Files.Paths().GetShortPath(job.ProgramFolder) + tool + " -IA=1" + " -FO=0" + " -Cs=2" +
+                   CommandLinePath(job, job.ProgramFolder + tool) + " -IA=1" + " -FO=0" + " -Cs=2" +
                        IndexCommandTail(job, M2vPath, Name),
                    kFrameServerWindowStyle);
 }
 
 void RunDGDecode(JobContext& job, const std::string& M2vPath, const std::string& Name) {
     RunOutsideTool(job,
-                   job.Files.Paths().GetShortPath(job.ProgramFolder) + "\\new.dvd2avi\\DGIndex.exe" + " -IA=1" +
-                       " -FO=0" + IndexCommandTail(job, M2vPath, Name),
+                   CommandLinePath(job, job.ProgramFolder + "\\new.dvd2avi\\DGIndex.exe") + " -IA=1" + " -FO=0" +
+                       IndexCommandTail(job, M2vPath, Name),
                    kFrameServerWindowStyle);
 }
 

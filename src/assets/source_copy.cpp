@@ -41,7 +41,7 @@ void RunDecrypterCopy(JobContext& job, const std::string& sourceFolder, const st
         job.Registry.getstring(platform::RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "InstallDirectory") +
         "\\DVDDecrypter.exe";
     RunOutsideTool(job,
-                   job.Files.Paths().GetShortPath(tool) + " /MODE FILE /SRC " + sourceFolder.substr(0, 2) + " /FILES " +
+                   CommandLinePath(job, tool) + " /MODE FILE /SRC " + sourceFolder.substr(0, 2) + " /FILES " +
                        files + " /SPLIT FILE /DEST \"" + job.OutputFolder + "\\VIDEO_TS\" /START /CLOSE",
                    2);
 }

@@ -20,9 +20,9 @@ constexpr int kAspectProbeVobs = 100;
 // Joins every demultiplexed VOB of the domain into the one file the
 // subpicture stages and vobtest.exe work on.
 void JoinVobsForSubpictures(JobContext& job) {
-    const std::string work = job.Files.Paths().GetShortPath(job.WorkFolder);
     const std::string batch = job.WorkFolder + "\\DEMUXED\\Create_Sub.bat";
-    job.Files.WriteText(batch, "Copy /b " + work + "\\DEMUXED\\*.VOB " + work + "\\SUBTITLES\\VTS_01_0.VOB\r\n");
+    job.Files.WriteText(batch, "Copy /b " + CommandLinePath(job, job.WorkFolder + "\\DEMUXED\\*.VOB") + " " +
+                                   CommandLinePath(job, job.WorkFolder + "\\SUBTITLES\\VTS_01_0.VOB") + "\r\n");
     job.State().CurrentFolder = job.WorkFolder + "\\SUBTITLES\\VTS_01_0.VOB";
     MsgWaitObj(job, 1000);
     RunOutsideTool(job, "\"" + batch + "\"", 0);

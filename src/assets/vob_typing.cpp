@@ -86,7 +86,7 @@ VobTestResult ReadVobAnalysis(JobContext& job, const std::string& Path) {
 void DetermineVobType(JobContext& job) {
     const std::string work = job.Files.Paths().GetShortPath(job.WorkFolder);
     RunOutsideTool(job,
-                   job.Files.Paths().GetShortPath(job.ProgramFolder) + "\\vobtest.exe \"" + work +
+                   CommandLinePath(job, job.ProgramFolder + "\\vobtest.exe") + " \"" + work +
                        "\\SUBTITLES\\VTS_01_0.VOB\" \"" + work + "\\FRAMESERVING\\VOBAnalysis.txt\"",
                    2);
     WLOG(job, "Executing Dvd2avirb and Dvd2avidg");
