@@ -225,3 +225,110 @@ TEST_F(VobTyping, DummyCellsOutweighingRealOnesMakeACombo) {
 
 }  // namespace
 }  // namespace kestrova
+
+namespace kestrova {
+namespace {
+
+// An M2V that starts with a sequence header of 720x576 and the aspect
+// code given.
+std::string SequenceHeader(std::uint8_t aspect) {
+    const char bytes[] = {0x00, 0x00, 0x01, static_cast<char>(0xB3), 0x2D, 0x02, 0x40,
+                          static_cast<char>((aspect << 4) | 0x03)};
+    return std::string(bytes, sizeof bytes);
+}
+
+class Analysis : public test::AssetStageFixture {
+protected:
+    Analysis() {
+        AddVob({1});
+        AddVob({100});
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001.VOB", "A");
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002.VOB", "B");
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002 - Video.M2V", SequenceHeader(3));
+        stages.CreateIFO = [this](JobContext&) {
+            calls.push_back("CreateIFO");
+            return std::int16_t{3};
+        };
+        stages.NewConvert_SUBS = [this](JobContext&, std::int16_t pgcs) {
+            calls.push_back("NewConvert_SUBS " + std::to_string(pgcs));
+            return std::int16_t{2};
+        };
+        stages.FindHighlightBitmaps = [this](JobContext&, std::int16_t pgcs) {
+            calls.push_back("FindHighlightBitmaps " + std::to_string(pgcs));
+            calls.push_back(Logged("Checking for Dummy Vobs") ? "after the dummy check" : "before the dummy check");
+        };
+    }
+    SubpictureStages stages;
+    std::vector<std::string> calls;
+};
+
+TEST_F(Analysis, NamesJoinsRipsChecksAndTypesInOrderAndJournalsBothEnds) {
+    job.Options().ConfirmAR = 1;
+    Domain().Video.Item(1).Display_Mode = "4 : 3 (Pan-scan)";
+    Domain().Video.Item(1).Display_Pan_Scan = -1;
+    job.StreamUse.resize(3);
+    job.StreamUse[2].Mode[20] = "Wide";
+    job.StreamUse[2].Mode[21] = "Pan";
+    job.StreamUse[2].Mode[22] = "Pan";
+
+    EXPECT_EQ(VobAnalysis(job, stages), 3);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CreateIFO", "NewConvert_SUBS 3", "FindHighlightBitmaps 3",
+                                               "before the dummy check"}));
+    EXPECT_EQ(job.State().StreamCount, 2);
+    EXPECT_EQ(Journal(), (std::vector<std::string>{"DEMUXED VOB ID", "DVD2AVI"}));
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED"),
+              (std::vector<std::string>{"001.VOB", "002.M2V", "002.VOB", "Create_Sub.bat"}));
+    EXPECT_EQ(temp.Read("Job/D_VTS_01_0/DEMUXED/Create_Sub.bat"),
+              "Copy /b K:\\Job\\D_VTS_01_0\\DEMUXED\\*.VOB K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB\r\n");
+    EXPECT_EQ(temp.Read("Job/D_VTS_01_0/SUBTITLES/VTS_01_0.VOB"), "AB");
+    EXPECT_EQ(job.State().CurrentFolder, "K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB");
+
+    // The IFO said pan-scan, the stream says 16:9.
+    const auto& video = Domain().Video.Item(1);
+    EXPECT_EQ(video.Display_Mode, "16 : 9");
+    EXPECT_EQ(video.Display, "16 : 9");
+    EXPECT_EQ(video.Display_Pan_Scan, 0);
+    EXPECT_EQ(job.StreamUse[2].Mode[21], "Letter");
+    EXPECT_EQ(job.StreamUse[2].Mode[22], "Pan") << "only the first pan-scan stream";
+    EXPECT_TRUE(Logged("VIDEO RESOLUTION IS ACTUALLY 16:9 - RESETTING VARs"));
+
+    const auto lines = LogLines();
+    const auto at = [&lines](const std::string& text) { return std::find(lines.begin(), lines.end(), text); };
+    EXPECT_LT(at("Renaming Files"), at("4 : 3 (Pan-scan) suggested by IFO file - Confirming"));
+    EXPECT_LT(at("Checking for Dummy Vobs"), at("Checking for Dummy VOBs"));
+    EXPECT_LT(at("Checking for Dummy VOBs"), at("Executing Dvd2avirb and Dvd2avidg"));
+    EXPECT_NE(at("Executing Dvd2avirb and Dvd2avidg"), lines.end());
+}
+
+TEST_F(Analysis, AResumedRunKeepsTheNamesAndAStopEndsBeforeTheNextStage) {
+    auto& state = job.State();
+    state.Recover = -1;
+    state.RecoveryVTS = 2;
+    state.RecoveryModule = 0;
+    stages.CreateIFO = [this](JobContext& stopped) {
+        calls.push_back("CreateIFO");
+        stopped.StopRequested = -1;
+        return std::int16_t{4};
+    };
+    EXPECT_EQ(VobAnalysis(job, stages), 4);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CreateIFO"}));
+    EXPECT_EQ(Journal(), (std::vector<std::string>{"DEMUXED VOB ID"}));
+    EXPECT_FALSE(Logged("Renaming Files"));
+    EXPECT_TRUE(Has("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001.VOB"));
+    EXPECT_FALSE(Logged("Checking for Dummy Vobs"));
+}
+
+TEST_F(Analysis, APanScanDomainStaysSoWhenTheStreamAgreesOrCannotBeRead) {
+    Domain().Video.Item(1).Display_Mode = "4 : 3 (Pan-scan)";
+    Put("Job/D_VTS_01_0/DEMUXED/001.m2v", SequenceHeader(2));
+    ConfirmPanScan(job, "K:\\Job\\D_VTS_01_0\\DEMUXED\\001.m2v");
+    EXPECT_EQ(Domain().Video.Item(1).Display_Mode, "4 : 3 (Pan-scan)");
+    Put("Job/D_VTS_01_0/DEMUXED/003.m2v", "no header here");
+    ConfirmPanScan(job, "K:\\Job\\D_VTS_01_0\\DEMUXED\\003.m2v");
+    EXPECT_EQ(Domain().Video.Item(1).Display_Mode, "4 : 3 (Pan-scan)");
+    EXPECT_EQ(CountLogged("4 : 3 (Pan-scan) suggested by IFO file - Confirming"), 2);
+    EXPECT_FALSE(Logged("VIDEO RESOLUTION IS ACTUALLY 16:9 - RESETTING VARs"));
+}
+
+}  // namespace
+}  // namespace kestrova
