@@ -124,17 +124,6 @@ TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
     EXPECT_EQ(Domain().Split_Cell, -1) << "the domain is not split by cell again";
 }
 
-TEST_F(DummyCells, AllZeroCellsMakeADummyVobAndNothingIsSplit) {
-    job.State().Pgcdemux = -1;
-    Put("Program/PgcDemux.exe", "MZ");
-    AddVob({0, 0});
-    DummyScan(job, 2, ifo);
-    EXPECT_EQ(Domain().Vob_Id.Item(1).Dummy, -1);
-    EXPECT_TRUE(Commands().empty());
-    EXPECT_EQ(Played(1, 1).DummyCell, 0);
-    EXPECT_FALSE(Has("Job/D_VTS_01_0"));
-}
-
 // The fixture disc whose VMG menu VOB 3 has a zero-length cell 2 between
 // two real ones, read as a run reads it.
 TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheHooks) {
