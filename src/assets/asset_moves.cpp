@@ -86,7 +86,9 @@ void CopyRemainingFiles(JobContext& job, bool OtherCopyMode) {
     const std::string source = job.Text1 + "\\";
     GetFileCount(job, source, "COPY");
     const std::vector<std::string> ifos = job.FileList;
-    if (job.OutputFolder.size() > 3 && !job.Files.FolderExists(job.OutputFolder)) job.Files.MakeFolder(job.OutputFolder);
+    if (job.OutputFolder.size() > 3 && !job.Files.FolderExists(job.OutputFolder)) {
+        job.Files.MakeFolder(job.OutputFolder);
+    }
     if (!job.Files.FolderExists(job.OutputFolder + "\\VIDEO_TS")) job.Files.MakeFolder(job.OutputFolder + "\\VIDEO_TS");
 
     const auto total = static_cast<std::int64_t>(ifos.size() - 1);

@@ -59,8 +59,8 @@ void MarkAudioPresent(JobContext& job, const std::string& vobDigits, const std::
     auto& domain = CurrentDomain(job);
     const auto vob = static_cast<std::size_t>(std::stoi(vobDigits));
     if (vob < 1 || vob > domain.Vob_Id.Count()) {
-        throw Error("The demultiplexed file \"" + name + "\" names VOB id " + std::to_string(vob) + ", but the domain has " +
-                    std::to_string(domain.Vob_Id.Count()));
+        throw Error("The demultiplexed file \"" + name + "\" names VOB id " + std::to_string(vob) +
+                    ", but the domain has " + std::to_string(domain.Vob_Id.Count()));
     }
     domain.Vob_Id.Item(vob).Audio_Present = -1;
 }

@@ -126,7 +126,8 @@ void RestoreToSource(JobContext& job, const std::string& SourceFolder, const std
             if (job.Files.FileExists(original)) job.Files.MoveFile(original, backup + "\\" + name);
         }
         for (const auto& name : names) {
-            if (job.Files.FileExists(outFolder + name)) job.Files.CopyFile(outFolder + name, JoinPath(SourceFolder, name));
+            if (!job.Files.FileExists(outFolder + name)) continue;
+            job.Files.CopyFile(outFolder + name, JoinPath(SourceFolder, name));
         }
     } catch (const Error& failure) {
         WLOG(job, failure.what());

@@ -55,12 +55,14 @@ TEST_F(Frameserving, IndexingToolsGetTheirLinesMinimisedWithoutFocus) {
     EXPECT_EQ(Commands(),
               (std::vector<std::string>{
                   "K:\\Program\\new.dvd2avi\\dvd2avirb.exe -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 "
-                  "-IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\001.M2V] -DRC=0 -OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001] -exit",
+                  "-IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\001.M2V] -DRC=0 "
+                  "-OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001] -exit",
                   "K:\\Program\\new.dvd2avi\\dvd2avidg.exe -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 "
                   "-IF=[K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\\001_002.M2V] -DRC=0 "
                   "-OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001_002] -exit",
                   "K:\\Program\\new.dvd2avi\\DGIndex.exe -IA=1 -FO=0 -YR=1 -TN=1 "
-                  "-IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\001.M2V] -DRC=0 -OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001] -exit"}));
+                  "-IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\001.M2V] -DRC=0 "
+                  "-OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001] -exit"}));
     EXPECT_EQ(Styles(), (std::vector<int>{kFrameServerWindowStyle}));
 }
 

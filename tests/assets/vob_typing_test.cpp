@@ -59,8 +59,9 @@ TEST_F(VobTyping, VobtestVerdictsTypeEachVobAndTheFrameServerRunsOnRealOnes) {
     DetermineVobType(job);
 
     const auto index = [](const std::string& tool, const std::string& vob) {
-        return "K:\\Program\\new.dvd2avi\\" + tool + " -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\" +
-               vob + ".M2V] -DRC=0 -OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\" + vob + "] -exit";
+        return "K:\\Program\\new.dvd2avi\\" + tool +
+               " -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\" + vob +
+               ".M2V] -DRC=0 -OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\" + vob + "] -exit";
     };
     EXPECT_EQ(Commands(), (std::vector<std::string>{
                               "K:\\Program\\vobtest.exe \"K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB\" "
@@ -89,7 +90,8 @@ TEST_F(VobTyping, AScanOfOnlyEndScanMakesEveryVobVideoAndABadCellEndsTheTyping) 
 
     Domain().Vob_Id.Item(1).Vob_Type.clear();
     Domain().Vob_Id.Item(2).Vob_Type.clear();
-    StandIn("vobtest.exe", "printf 'v1/c5End Scan' > '" + temp.Host("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt") + "'");
+    StandIn("vobtest.exe",
+            "printf 'v1/c5End Scan' > '" + temp.Host("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt") + "'");
     DetermineVobType(job);
     EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "");
     EXPECT_EQ(Domain().Vob_Id.Item(2).Vob_Type, "") << "the procedure ended at the unknown cell";
