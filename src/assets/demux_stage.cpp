@@ -1,6 +1,8 @@
-// Source copy and demultiplexing of a menu domain: see demux_stage.h.
+// Reading the source IFOs and demultiplexing a menu domain: see demux_stage.h.
 #include "assets/demux_stage.h"
 
+#include "assets/asset_names.h"
+#include "assets/asset_support.h"
 #include "dvd/ifo_reader.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
@@ -32,20 +34,101 @@ void GetIFODetails(JobContext& job, const std::string& SourceFolder) {
     UpdateProgress(job, 0, 0, "", true, false);
 }
 
+std::string DemuxAudioSelector(const VTS_Properties& domain) {
+    if (domain.Audio.Count() == 0) return " /DEMUX E0";
+    const std::string& type = domain.Audio.Item(1).Audio_Type;
+    if (type == "AC3") return " /DEMUX E0 80 81 82 83 84 85 86 87";
+    if (type == "LPCM") return " /DEMUX E0 A0 A1 A2 A3 A4 A5 A6 A7 A8 A9 AA AB AC AD AE AF";
+    return " /DEMUX E0 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF";
+}
+
 bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell) {
-    static_cast<void>(VobPath);
-    static_cast<void>(VobName);
-    static_cast<void>(ByCell);
-    NotYetAvailable(job, "EnableDemuxing");
+    auto& state = job.State();
+    state.Demuxing = -1;
+    WLOG(job, "Decrypting VOB file");
+    const std::string folder = ByCell ? "\\DEMUXED_CELLID" : "\\DEMUXED";
+    const std::string split = ByCell ? "CELLID" : "VOBID";
+    const std::string tail = ByCell ? "" : " /DIRECT 2? 3? /CCVOB";
+    LogWindow(job, ByCell ? "Demuxing by CELL ID" : "Demuxing by VOB ID");
+
+    const std::string installed =
+        job.Registry.getstring(platform::RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "InstallDirectory");
+    const std::string tool = installed + "\\DVDDecrypter.exe";
+    WLOG(job, "DvdDecrypter path : " + tool);
+    if (installed.empty()) {
+        LogWindow(job, "DVD Decrypter not found - Aborting");
+        state.Demuxing = 0;
+        return true;
+    }
+    const std::string line = CommandLinePath(job, tool) + " /MODE FILE /SRC " + VobPath.substr(0, 2) +
+                             " /FILES " + VobName + " /DEST \"" + job.WorkFolder + folder +
+                             "\" /START /CLOSE /SPLIT " + split + DemuxAudioSelector(CurrentDomain(job)) + tail;
+    RunOutsideTool(job, line, 2);
+    state.Demuxing = 0;
+    UpdateProgress(job, 0, 0, "", true, false);
     return false;
 }
 
 bool EnablePGCDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell) {
-    static_cast<void>(VobPath);
-    static_cast<void>(VobName);
-    static_cast<void>(ByCell);
-    NotYetAvailable(job, "EnablePGCDemuxing");
+    static_cast<void>(VobName);  // PgcDemux reads the domain through its IFO
+    if (!job.Files.FileExists(job.ProgramFolder + "\\PgcDemux.exe")) return true;
+    const std::string tool = CommandLinePath(job, job.ProgramFolder + "\\PgcDemux.exe");
+    auto& domain = CurrentDomain(job);
+    const auto maximum = static_cast<std::int64_t>(domain.Vob_Id.Count() + 1);
+    UpdateProgress(job, 0, maximum, "PGCDemuxing", true, false);
+    LogWindow(job, "Demuxing with PGCDemux");
+    const std::string ifo = "\"" + WithoutExtension(VobPath) + ".IFO\"";
+
+    if (ByCell) {
+        const std::string folder = job.WorkFolder + "\\DEMUXED_CELLID";
+        for (std::size_t v = 1; v <= domain.Vob_Id.Count(); ++v) {
+            const auto& vob = domain.Vob_Id.Item(v);
+            if (vob.Vob_Type == "Video" || vob.Dummy != 0) continue;
+            for (std::size_t c = 1; c <= vob.CELL_ID.Count(); ++c) {
+                RunOutsideTool(job,
+                               tool + " -m2v -cid " + std::to_string(v) + " " + std::to_string(c) +
+                                   " -aud -nolog -nosub -menu -nocellt " + ifo + " \"" + folder + "\"",
+                               0);
+                RenamePgcDemuxFiles(job, static_cast<std::int16_t>(v), folder, static_cast<std::int16_t>(c));
+            }
+        }
+        return false;
+    }
+    const std::string folder = job.WorkFolder + "\\DEMUXED";
+    for (std::size_t v = 1; v <= domain.Vob_Id.Count(); ++v) {
+        // A dummy VOB id leaves a gap in the numbers: names stay tied to the position.
+        if (domain.Vob_Id.Item(v).Dummy != 0) continue;
+        RunOutsideTool(job,
+                       tool + " -m2v -vid " + std::to_string(v) +
+                           " -aud -nosub -nolog -menu -nocellt -customvob nsvi " + ifo + " \"" + folder + "\"",
+                       0);
+        RenamePgcDemuxFiles(job, static_cast<std::int16_t>(v), folder, 0);
+        UpdateProgress(job, static_cast<std::int64_t>(v), maximum, "PGCDemuxing", false, false);
+    }
     return false;
+}
+
+void RenamePgcDemuxFiles(JobContext& job, std::int16_t VobId, const std::string& Folder, std::int16_t CellId) {
+    auto& domain = CurrentDomain(job);
+    const std::string n = CreateVOBName(VobId);
+    const std::string s = CellId == 0 ? "" : "_" + CreateCellName(CellId);
+    const auto rename = [&](const std::string& left, const std::string& asset) {
+        const std::string from = JoinPath(Folder, left);
+        if (!job.Files.FileExists(from)) return false;
+        job.Files.MoveFile(from, JoinPath(Folder, asset));
+        return true;
+    };
+    const auto audioFound = [&] { domain.Vob_Id.Item(static_cast<std::size_t>(VobId)).Audio_Present = -1; };
+
+    rename("VideoFile.m2v", n + s + ".m2v");
+    // AC3 substreams are numbered from 80 in decimal text, one per stream of the domain.
+    for (std::size_t i = 80; i < 80 + domain.Audio.Count(); ++i) {
+        const std::string number = std::to_string(i);
+        if (rename("AudioFile_" + number + ".ac3", n + s + "-" + number + "-DELAY[0].ac3")) audioFound();
+    }
+    if (rename("AudioFile_C0.mpa", n + s + "DELAY[0].mpa")) audioFound();
+    if (rename("AudioFile_A0.wav", n + s + "DELAY[0].wav")) audioFound();
+    rename("VTS_01_0.VOB", n + ".VOB");
 }
 
 }  // namespace kestrova

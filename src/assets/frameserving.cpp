@@ -1,9 +1,114 @@
-// Scenes and frame serving of each asset: see frameserving.h.
+// Indexing tools, their statistics log and the forced indexing of a cell:
+// see frameserving.h.
 #include "assets/frameserving.h"
 
+#include <cstdlib>
+
+#include "assets/asset_names.h"
+#include "assets/asset_support.h"
 #include "job/log_writers.h"
+#include "platform/error.h"
+#include "platform/path_space.h"
 
 namespace kestrova {
+
+namespace {
+
+// The number a log value starts with, as the tools print it ("1234",
+// " 96.5%"); 0 when it starts with none.
+double LeadingNumber(const std::string& text) {
+    const char* start = text.c_str();
+    char* end = nullptr;
+    const double value = std::strtod(start, &end);
+    return end == start ? 0.0 : value;
+}
+
+std::string IndexCommandTail(const JobContext& job, const std::string& M2vPath, const std::string& Name) {
+    return " -YR=1 -TN=1 -IF=[" + M2vPath + "] -DRC=0 -OF=[" + job.WorkFolder + "\\FRAMESERVING\\" +
+           WithoutExtension(Name) + "] -exit";
+}
+
+}  // namespace
+
+void RunDVD2AVI(JobContext& job, const std::string& M2vPath, const std::string& Name, bool Second) {
+    const std::string tool = Second ? "\\new.dvd2avi\\dvd2avidg.exe" : "\\new.dvd2avi\\dvd2avirb.exe";
+    RunOutsideTool(job,
+                   CommandLinePath(job, job.ProgramFolder + tool) + " -IA=1" + " -FO=0" + " -Cs=2" +
+                       IndexCommandTail(job, M2vPath, Name),
+                   kFrameServerWindowStyle);
+}
+
+void RunDGDecode(JobContext& job, const std::string& M2vPath, const std::string& Name) {
+    RunOutsideTool(job,
+                   CommandLinePath(job, job.ProgramFolder + "\\new.dvd2avi\\DGIndex.exe") + " -IA=1" + " -FO=0" +
+                       IndexCommandTail(job, M2vPath, Name),
+                   kFrameServerWindowStyle);
+}
+
+FrameServerLog ReadFrameServerLog(JobContext& job, const std::string& LogPath) {
+    WLOG(job, "\tParsing Log");
+    FrameServerLog log;
+    if (!job.Files.FileExists(LogPath)) {
+        WLOG(job, "LOGFILE not found - using DEFAULTS");
+        return log;
+    }
+    log.Found = true;
+    for (const auto& line : job.Files.ReadLines(LogPath)) {
+        const auto equals = line.find('=');
+        if (line.size() < 3 || equals == std::string::npos) continue;
+        const std::string key = platform::ToUpperAscii(line.substr(0, 3));
+        const double value = LeadingNumber(line.substr(equals + 1));
+        const auto whole = static_cast<std::int32_t>(value);
+        if (key == "D2V") {
+            log.Frames = whole == 0 ? 1 : whole;
+        } else if (key == "PRO") {
+            log.Progressive = whole;
+        } else if (key == "TFF") {
+            log.TopFieldFirst = whole;
+        } else if (key == "ZIG") {
+            log.ZigZag = whole;
+        } else if (key == "PER") {
+            log.FilmPercent = value;
+        }
+    }
+    return log;
+}
+
+std::int32_t ParseLog(JobContext& job, const std::string& LogPath, const std::string& Query, std::string* FieldType) {
+    if (Query != "D2VFRAMES" && Query != "FIELD" && Query != "FILM") {
+        throw Error("ParseLog was asked for \"" + Query + "\" of \"" + LogPath +
+                    "\"; it answers D2VFRAMES, FIELD or FILM");
+    }
+    const FrameServerLog log = ReadFrameServerLog(job, LogPath);
+    if (Query == "D2VFRAMES") return log.Found ? log.Frames : 1;
+    if (Query == "FILM") return log.Found && log.FilmPercent >= 95.0 ? 1 : 0;
+    std::string field = "TFF";
+    if (log.Found) {
+        const double frames = log.Frames > 0 ? static_cast<double>(log.Frames) : 1.0;
+        field = log.TopFieldFirst != 0 && static_cast<double>(log.TopFieldFirst) / frames > 0.5 ? "TFF" : "BFF";
+    }
+    if (FieldType != nullptr) *FieldType = field;
+    return 0;
+}
+
+std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t VobId, std::int16_t CellId) {
+    const std::string frameserving = job.WorkFolder + "\\FRAMESERVING";
+    if (!job.Files.FolderExists(frameserving)) job.Files.MakeFolder(frameserving);
+    WLOG(job, "Running DVD2AVI for : " + std::to_string(VobId));
+    const std::string name = CreateVOBName(VobId) + "_" + CreateCellName(CellId);
+    if (job.Options().DGDecode == 0) {
+        RunDVD2AVI(job, M2vPath, name, false);
+        RunDVD2AVI(job, M2vPath, name, true);
+    } else {
+        RunDGDecode(job, M2vPath, name);
+    }
+    const std::int32_t frames = ParseLog(job, frameserving + "\\" + name + ".log", "D2VFRAMES");
+    if (frames <= 1) return 1;
+    // The script of the cell (classification, Avisynth script, the frame
+    // server's own count) comes with the per-asset frame serving.
+    NotYetAvailable(job, "ForceD2V's script of " + name + " (AnalyzeD2V, OpenAviFile, WriteAVS)");
+    return frames;
+}
 
 void EnableScenes(JobContext& job) {
     NotYetAvailable(job, "EnableScenes");

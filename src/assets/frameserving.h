@@ -1,4 +1,7 @@
-// Scenes and frame serving of each asset.
+// Frame serving of each asset: the indexing tools (DVD2AVI, DGIndex) that
+// leave a project file and a statistics log in FRAMESERVING, the reading of
+// that log, the forced indexing of one cell for the dummy scan, the scene
+// times and the per-domain loop.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +10,40 @@
 #include "job/context.h"
 
 namespace kestrova {
+
+// The window style the indexing tools run with: minimised without activation.
+inline constexpr std::int16_t kFrameServerWindowStyle = 6;
+
+// Indexes an M2V with dvd2avirb.exe (`Second` false, which leaves the log)
+// or dvd2avidg.exe (`Second` true, which leaves the project file), under
+// FRAMESERVING\<Name without extension>.
+void RunDVD2AVI(JobContext& job, const std::string& M2vPath, const std::string& Name, bool Second);
+// The same with DGIndex, in one run.
+void RunDGDecode(JobContext& job, const std::string& M2vPath, const std::string& Name);
+
+// What an indexing tool's statistics log says, one key a line.
+struct FrameServerLog {
+    bool Found = false;
+    std::int32_t Frames = 0;         // "D2V": a value that reads as 0 counts as 1
+    std::int32_t Progressive = 0;    // "PRO"
+    std::int32_t TopFieldFirst = 0;  // "TFF"
+    std::int32_t ZigZag = 0;         // "ZIG", read and not used
+    double FilmPercent = 0;          // "PER"
+};
+
+// Reads the log, with the run-log lines of a parse.
+FrameServerLog ReadFrameServerLog(JobContext& job, const std::string& LogPath);
+
+// Answers a query on the log: "D2VFRAMES" gives the frame count (1 without
+// a log), "FILM" 1 when 95 % or more are film pictures (else 0), "FIELD"
+// gives 0 and sets `FieldType` (when given) to "TFF" or "BFF" ("TFF"
+// without a log). Another query throws.
+std::int32_t ParseLog(JobContext& job, const std::string& LogPath, const std::string& Query,
+                      std::string* FieldType = nullptr);
+
+// Indexes one cell's M2V under "VV_CC" and returns its frame count from the
+// log, 1 when it has one frame or none.
+std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t VobId, std::int16_t CellId);
 
 // Works out the scene times of every cell.
 void EnableScenes(JobContext& job);

@@ -5,6 +5,11 @@
 
 namespace kestrova {
 
+void FindHighlightBitmaps(JobContext& job, std::int16_t pgcCount) {
+    static_cast<void>(pgcCount);
+    NotYetAvailable(job, "FindHighlightBitmaps");
+}
+
 void CheckDisplayMode(JobContext& job) {
     NotYetAvailable(job, "CheckDisplayMode");
 }

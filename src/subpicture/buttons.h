@@ -8,6 +8,10 @@
 
 namespace kestrova {
 
+// Marks the cells that carry highlight bitmaps and gives the bitmaps their
+// PTS, before the VOBs are typed.
+void FindHighlightBitmaps(JobContext& job, std::int16_t pgcCount);
+
 // Settles the display mode of the domain's subpictures.
 void CheckDisplayMode(JobContext& job);
 

@@ -39,7 +39,7 @@ check_run() {  # name, output folder
     { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
   local marks
   marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#')
-  [ "$marks" = $'-----\nVID\nPROCESSASSETS\n-----\nVTS1\nPROCESSASSETS\nMPV ENCODED' ] ||
+  [ "$marks" = $'-----\nVID\nDEMUXED VOB ID\nDVD2AVI\nPROCESSASSETS\n-----\nVTS1\nDEMUXED VOB ID\nDVD2AVI\nPROCESSASSETS\nMPV ENCODED' ] ||
     fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
 }

@@ -33,8 +33,8 @@ TEST(StartKestrova, ARunGoesThroughItsStagesInOrderAndJournalsThem) {
     const auto journal = f.JournalLines();
     const std::vector<std::string> expected = {
         "#LANGUAGE: " + f.job.State().CurrentLanguage, "#ROOT FOLDER: K:\\OUT", "#VOLUME NAME: PAL-VMG-BUTTONS", "#SCENARIST",
-        "#FOLDER: D:\\VIDEO_TS", "#VIDEO_TS.VOB", "#VTS_01_0.VOB", "-----", "VID", "PROCESSASSETS", "-----", "VTS1",
-        "PROCESSASSETS", "MPV ENCODED"};
+        "#FOLDER: D:\\VIDEO_TS", "#VIDEO_TS.VOB", "#VTS_01_0.VOB", "-----", "VID", "DEMUXED VOB ID", "DVD2AVI",
+        "PROCESSASSETS", "-----", "VTS1", "DEMUXED VOB ID", "DVD2AVI", "PROCESSASSETS", "MPV ENCODED"};
     EXPECT_EQ(journal, expected);
     EXPECT_TRUE(f.files.FolderExists("K:\\OUT\\D_VTS_01_0\\DEMUXED_CELLID"));
     EXPECT_TRUE(f.files.FolderExists("K:\\OUT\\VIDEO_TS"));
@@ -79,7 +79,9 @@ TEST_F(Resume, FromAMarkOfTheFirstDomainRepeatsEverythingAfterIt) {
     JournalReading reading;
     ASSERT_TRUE(BrowseJournal(resumed.job, "K:\\OUT\\Kestrova_Recovery.LOG", reading));
     EXPECT_EQ(reading.ResumePoints,
-              (std::vector<std::string>{"VID - PROCESSASSETS", "VTS1 - PROCESSASSETS", "VTS1 - MPV ENCODED"}));
+              (std::vector<std::string>{"VID - DEMUXED VOB ID", "VID - DVD2AVI", "VID - PROCESSASSETS",
+                                        "VTS1 - DEMUXED VOB ID", "VTS1 - DVD2AVI", "VTS1 - PROCESSASSETS",
+                                        "VTS1 - MPV ENCODED"}));
     LoadData(resumed.job, "VID - PROCESSASSETS");
     resumed.job.GoCaption = kBeginRecovery;
     BeginRoutines(resumed.job);

@@ -4,6 +4,7 @@
 
 #include "assets/asset_names.h"
 #include "assets/demux_stage.h"
+#include "assets/dummy_cells.h"
 #include "assets/frameserving.h"
 #include "assets/vob_typing.h"
 #include "audio/audio_conversion.h"
@@ -21,6 +22,7 @@
 #include "scenarist/authoring_run.h"
 #include "scenarist/script_driver.h"
 #include "subpicture/buttons.h"
+#include "subpicture/extraction.h"
 #include "subpicture/sst.h"
 #include "video/encode_retry.h"
 #include "video/encoder_drivers.h"
@@ -78,6 +80,9 @@ Flow RunHead(JobContext& job, int menuCount) {
     RLOG(job, o.Muxman == 1 ? "#MUXMAN" : "#SCENARIST");
     RLOG(job, "#FOLDER: " + job.Text1);
 
+    // The dummy scan of the IFO reader measures zero-length cells through
+    // the asset stage's demultiplexer and frame server.
+    ConnectDummyCellHooks(job);
     GetIFODetails(job, job.Text1 + "\\");
     if (Stopped(job)) return Flow::Leave;
     if (job.Files.FolderExists(job.JobRoot + "\\ECLs")) job.Files.DeleteTree(job.JobRoot + "\\ECLs");
@@ -158,7 +163,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     }
     if (Stopped(job)) return Flow::Leave;
 
-    const std::int16_t streams = VobAnalysis(job);
+    const std::int16_t streams = VobAnalysis(job, {CreateIFO, NewConvert_SUBS, FindHighlightBitmaps});
     if (Stopped(job)) return Flow::Leave;
 
     const bool cellPass = NeedsCellPass(domain);

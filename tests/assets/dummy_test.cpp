@@ -1,0 +1,160 @@
+// Dummies: PGCs without commands or highlights, the VOBs only they use, and
+// zero-length cells measured through the asset stage's demultiplexer and
+// frame server when the dummy scan finds them.
+#include "assets/dummy_cells.h"
+
+#include <gtest/gtest.h>
+
+#include "asset_stage_fixture.h"
+#include "dvd/dummy_scan.h"
+#include "dvd/ifo_reader.h"
+#include "job/timecode.h"
+#include "support/fixtures.h"
+
+namespace kestrova {
+namespace {
+
+class FalsePgcs : public test::AssetStageFixture {
+protected:
+    // A PGC of the domain's one language whose cells use the given VOBs.
+    PGC_Number_Properties& AddPgc(std::vector<std::int16_t> vobs, bool possibleDummy) {
+        if (Domain().Language.Count() == 0) Domain().Language.Add();
+        auto& pgc = Domain().Language.Item(1).PGC_Number.Add();
+        pgc.Possible_Dummy = possibleDummy ? -1 : 0;
+        auto& program = pgc.PG.Add();
+        for (std::int16_t vob : vobs) program.cell_ref.Add().Vob_Id = vob;
+        return pgc;
+    }
+};
+
+TEST_F(FalsePgcs, AVobIsRealOnceARealPgcUsesItWhateverTheOrder) {
+    for (int v = 0; v < 4; ++v) AddVob({10});
+    Domain().Vob_Id.Item(4).HighLight_Present = -1;
+    auto& real = AddPgc({1}, false);
+    auto& dummyFirst = AddPgc({1, 2}, true);  // VOB 1 after a real use, VOB 2 first
+    AddPgc({2}, false);                       // VOB 2 used by a real PGC later
+    auto& onlyDummy = AddPgc({3}, true);
+    auto& highlighted = AddPgc({4}, true);
+    FalsePgcCheck(job);
+
+    EXPECT_EQ(real.Dummy, 0);
+    EXPECT_EQ(dummyFirst.Dummy, -1);
+    EXPECT_EQ(onlyDummy.Dummy, -1);
+    EXPECT_EQ(highlighted.Dummy, 0) << "a PGC with highlights is real";
+    EXPECT_EQ(highlighted.Possible_Dummy, 0);
+    const std::int16_t dummies[] = {0, 0, -1, 0};
+    for (std::size_t v = 1; v <= 4; ++v) EXPECT_EQ(Domain().Vob_Id.Item(v).Dummy, dummies[v - 1]) << "VOB " << v;
+    EXPECT_EQ(CountLogged("Dummy PGC found for PGC Number 2"), 2) << "once per cell of the PGC";
+    EXPECT_TRUE(Logged("Dummy PGC found for PGC Number 4"));
+    EXPECT_TRUE(Logged("Checking for Dummy Vobs"));
+}
+
+TEST_F(FalsePgcs, WithoutCandidatesNoPgcTurnsDummy) {
+    AddVob({10});
+    AddVob({0}).Dummy = -1;  // dummy by its frames
+    AddVob({0}).Dummy = -1;
+    auto& first = AddPgc({1, 2}, false);
+    FalsePgcCheck(job);
+    EXPECT_EQ(first.Dummy, 0);
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Dummy, 0) << "a real PGC's use settles the VOB as real";
+    EXPECT_EQ(Domain().Vob_Id.Item(3).Dummy, -1) << "a VOB no PGC uses keeps its mark";
+    EXPECT_FALSE(Logged("Dummy PGC found for PGC Number 1"));
+}
+
+// The dummy scan of title set 1 with the asset stage's hooks; the index
+// tool's stand-in writes a log of 40 frames for cell 1 and 12 for cell 2.
+class DummyCells : public test::AssetStageFixture {
+protected:
+    DummyCells() {
+        job.WorkFolder.clear();
+        job.DomainIndex = 0;
+        files.DeleteTree("K:\\Job\\D_VTS_01_0");
+        ConnectDummyCellHooks(job);
+        StandIn("dvd2avidg.exe",
+                "o=\"$8\"; n=\"${o##*\\\\}\"; n=\"${n%]}\"; case \"$n\" in 001_001) f=40;; 001_002) f=12;; *) f=0;; "
+                "esac; printf \"D2V=$f\\r\\n\" > '" +
+                    temp.Host("Job/D_VTS_01_0/FRAMESERVING") + "'/$n.log");
+    }
+    const std::string ifo = "D:\\VIDEO_TS\\VTS_01_0.IFO";
+};
+
+TEST_F(DummyCells, ZeroCellsAmongRealOnesAreSplitOnceByPgcDemuxAndMeasured) {
+    job.State().Pgcdemux = -1;
+    Put("Program/PgcDemux.exe", "MZ");
+    StandIn("PgcDemux.exe", "printf m > '" + temp.Host("Job/D_VTS_01_0/DEMUXED_CELLID") + "/VideoFile.m2v'");
+    AddVob({0, 0, 100});
+    AddVob({0});
+    DummyScan(job, 2, ifo);
+
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Dummy, 0);
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Dummy, -1);
+    EXPECT_EQ(job.WorkFolder, "K:\\Job\\D_VTS_01_0");
+    const auto commands = Commands();
+    // One pass by cell over the real VOB's three cells; the dummy VOB is
+    // left out, and the second zero cell does not split again.
+    ASSERT_EQ(std::count_if(commands.begin(), commands.end(),
+                            [](const std::string& line) { return line.find("PgcDemux.exe") != std::string::npos; }),
+              3);
+    EXPECT_EQ(commands.front(), "K:\\Program\\PgcDemux.exe -m2v -cid 1 1 -aud -nolog -nosub -menu -nocellt "
+                                "\"D:\\VIDEO_TS\\VTS_01_0.IFO\" \"K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\"");
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID"),
+              (std::vector<std::string>{"001_001.m2v", "001_002.m2v", "001_003.m2v"}));
+    EXPECT_EQ(Played(1, 1).Frames, 40);
+    EXPECT_EQ(Played(1, 2).Frames, 12);
+    EXPECT_EQ(Played(1, 2).BCD, Frames_To_DVD_TimeCode(job.Timing, 12, false));
+    EXPECT_EQ(Played(1, 1).DummyCell, -1);
+    EXPECT_EQ(Played(1, 3).DummyCell, 0);
+    EXPECT_EQ(Played(1, 3).Frames, 100);
+    EXPECT_TRUE(Logged("Running DVD2AVI for : 1"));
+}
+
+TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
+    registry.savestring(platform::RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "InstallDirectory",
+                        "K:\\DVD Decrypter");
+    const std::string folder = temp.Host("Job/D_VTS_01_0/DEMUXED_CELLID");
+    StandIn("DVDDecrypter.exe", "printf m > '" + folder + "/VTS_01_0 - VOBID_001 - CELLID_001.M2V'; printf m > '" +
+                                    folder + "/VTS_01_0 - VOBID_001 - CELLID_002.M2V'");
+    AddVob({0, 25});
+    DummyScan(job, 2, ifo);
+    EXPECT_EQ(Commands().front(),
+              "\"K:\\DVD Decrypter\\DVDDecrypter.exe\" /MODE FILE /SRC D: /FILES VTS_01_0.VOB /DEST "
+              "\"K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\" /START /CLOSE /SPLIT CELLID /DEMUX E0");
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID"), (std::vector<std::string>{"001_001.M2V", "001_002.M2V"}));
+    EXPECT_EQ(Played(1, 1).Frames, 40);
+    EXPECT_EQ(Domain().Split_Cell, -1) << "the domain is not split by cell again";
+}
+
+// The fixture disc whose VMG menu VOB 3 has a zero-length cell 2 between
+// two real ones, read as a run reads it.
+TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheHooks) {
+    test::JobFixture f;
+    const std::string videoTs = test::FixtureDisc("pal-menu-dummy-cells");
+    f.paths.AddDrives("D:=" + videoTs.substr(0, videoTs.size() - 9) + "@cdrom");
+    f.job.JobRoot = "K:\\OUT";
+    f.job.State().Pgcdemux = -1;
+    f.temp.Write("Program/PgcDemux.exe", "MZ");
+    f.launcher.AddOverride("PgcDemux.exe",
+                           {{"/bin/sh", "-c",
+                             "printf m > '" + f.temp.Host("OUT/D_VIDEO_TS/DEMUXED_CELLID") + "/VideoFile.m2v'", "pgc"},
+                            ""});
+    f.launcher.AddOverride("dvd2avidg.exe",
+                           {{"/bin/sh", "-c",
+                             "printf 'D2V=30\\r\\n' > '" + f.temp.Host("OUT/D_VIDEO_TS/FRAMESERVING") + "/003_002.log'",
+                             "index"},
+                            ""});
+    ConnectDummyCellHooks(f.job);
+    GetIFOParams(f.job, "D:\\VIDEO_TS\\VIDEO_TS.IFO", true, "ALL", true);
+
+    const auto& vmg = f.job.DiscModel.Item(1);
+    ASSERT_GE(vmg.Vob_Id.Count(), 3u);
+    const auto& cell = vmg.Video.Item(1).VobId.Item(3).CellId.Item(2);
+    EXPECT_EQ(cell.Frames, 30);
+    EXPECT_EQ(cell.DummyCell, -1);
+    EXPECT_EQ(vmg.Vob_Id.Item(3).Dummy, 0);
+    EXPECT_EQ(vmg.Split_Cell, -1);
+    EXPECT_TRUE(f.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED_CELLID\\003_002.m2v"));
+    EXPECT_EQ(f.job.WorkFolder, "K:\\OUT\\D_VIDEO_TS");
+}
+
+}  // namespace
+}  // namespace kestrova

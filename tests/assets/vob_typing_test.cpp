@@ -1,0 +1,334 @@
+// VOB typing: vobtest.exe's still cells, the verdicts, the frame-count
+// fallback, the short-cell and dummy-cell tests, and VobAnalysis around them.
+#include "assets/vob_typing.h"
+
+#include <gtest/gtest.h>
+
+#include "asset_stage_fixture.h"
+#include "assets/asset_names.h"
+
+namespace kestrova {
+namespace {
+
+using VobTyping = test::AssetStageFixture;
+
+const std::string kScan = "K:\\Job\\D_VTS_01_0\\FRAMESERVING\\VOBAnalysis.txt";
+
+std::vector<std::string> CellTypes(const VOB_ID_Properties& vob) {
+    std::vector<std::string> types;
+    for (const auto& cell : vob.CELL_ID) types.push_back(cell.VobType);
+    return types;
+}
+
+TEST_F(VobTyping, TheScanFileIsReadAsStillCellTokensUpToEndScan) {
+    const struct {
+        std::string Text;
+        bool Completed;
+        std::vector<std::pair<int, int>> Stills;
+    } rows[] = {
+        {"v1/c1v1/c2End Scan\r\n", true, {{1, 1}, {1, 2}}},
+        {"v1/c1\nv12/c3 v2/c1End Scan\n", true, {{1, 1}, {12, 3}, {2, 1}}},
+        {"End Scan\n", true, {}},
+        {"v1/c1\n", false, {{1, 1}}},
+        {"", false, {}},
+    };
+    for (const auto& row : rows) {
+        Put("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt", row.Text);
+        const auto scan = ReadVobAnalysis(job, kScan);
+        EXPECT_EQ(scan.Completed, row.Completed) << row.Text;
+        EXPECT_EQ(scan.Stills, row.Stills) << row.Text;
+    }
+    files.DeleteFile(kScan);
+    EXPECT_FALSE(ReadVobAnalysis(job, kScan).Completed);
+    Put("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt", "v1-c1End Scan");
+    EXPECT_THROW(ReadVobAnalysis(job, kScan), Error);
+}
+
+TEST_F(VobTyping, VobtestVerdictsTypeEachVobAndTheFrameServerRunsOnRealOnes) {
+    AddVob({1});
+    Played(1, 1).BCD = 100;
+    auto& combo = AddVob({1, 50, 1});
+    combo.Audio_Present = -1;
+    AddVob({100, 100});
+    auto& dummy = AddVob({0});
+    dummy.Dummy = -1;
+    dummy.Vob_Type = "StillMenu";
+    for (const char* name : {"001.M2V", "003.M2V", "004.M2V"}) Put(std::string("Job/D_VTS_01_0/DEMUXED/") + name);
+    StandIn("vobtest.exe", "printf 'v1/c1v2/c1\\nv2/c3v4/c1End Scan\\n' > '" +
+                               temp.Host("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt") + "'");
+    DetermineVobType(job);
+
+    const auto index = [](const std::string& tool, const std::string& vob) {
+        return "K:\\Program\\new.dvd2avi\\" + tool +
+               " -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[K:\\Job\\D_VTS_01_0\\DEMUXED\\" + vob +
+               ".M2V] -DRC=0 -OF=[K:\\Job\\D_VTS_01_0\\FRAMESERVING\\" + vob + "] -exit";
+    };
+    EXPECT_EQ(Commands(), (std::vector<std::string>{
+                              "K:\\Program\\vobtest.exe \"K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB\" "
+                              "\"K:\\Job\\D_VTS_01_0\\FRAMESERVING\\VOBAnalysis.txt\"",
+                              index("dvd2avirb.exe", "001"), index("dvd2avidg.exe", "001"),
+                              index("dvd2avirb.exe", "003"), index("dvd2avidg.exe", "003")}));
+    EXPECT_EQ(Styles().front(), 2);
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "StillMenu");
+    EXPECT_EQ(combo.Vob_Type, "Combo");
+    EXPECT_EQ(CellTypes(combo), (std::vector<std::string>{"SlideShow", "Video", "SlideShow"}));
+    EXPECT_EQ(Domain().Vob_Id.Item(3).Vob_Type, "Video");
+    EXPECT_EQ(CellTypes(Domain().Vob_Id.Item(3)), (std::vector<std::string>{"Video", "Video"}));
+    EXPECT_EQ(dummy.Vob_Type, "StillMenu") << "a dummy keeps its type";
+    EXPECT_TRUE(Logged("VobId 4 Flagged as a Dummy"));
+    EXPECT_TRUE(Logged("Final VOBTYPE for VOBID: 002 is Combo"));
+    EXPECT_FALSE(Logged("WARNING!!! - VOBTEST HAS FAILED, RESORTING TO D2V ANALYSIS"));
+}
+
+TEST_F(VobTyping, AScanOfOnlyEndScanMakesEveryVobVideoAndABadCellEndsTheTyping) {
+    AddVob({1});
+    AddVob({1, 1});
+    StandIn("vobtest.exe", "printf 'End Scan' > '" + temp.Host("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt") + "'");
+    DetermineVobType(job);
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "Video");
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Vob_Type, "Video");
+
+    Domain().Vob_Id.Item(1).Vob_Type.clear();
+    Domain().Vob_Id.Item(2).Vob_Type.clear();
+    StandIn("vobtest.exe",
+            "printf 'v1/c5End Scan' > '" + temp.Host("Job/D_VTS_01_0/FRAMESERVING/VOBAnalysis.txt") + "'");
+    DetermineVobType(job);
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "");
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Vob_Type, "") << "the procedure ended at the unknown cell";
+}
+
+TEST_F(VobTyping, WithoutAScanFrameCountsDecide) {
+    // One VOB id a row: cells, frames in its log ("" for no log), first
+    // cell's BCD, audio, and the type it gets.
+    const struct {
+        int Cells;
+        std::string Log;
+        std::int32_t Bcd;
+        bool Audio;
+        std::string Type;
+    } rows[] = {
+        {1, "D2V=1", 213, false, "StillMenu"},
+        {1, "D2V=1", 213, true, "SlideShow"},  // a still with audio is never a still menu
+        {1, "D2V=1", 214, false, "SlideShow"},
+        {1, "D2V=50", 100, false, "Video"},
+        {1, "", 100, false, "Video"},  // no log: F is 0
+        {3, "D2V=3", 100, false, "SlideShow"},
+        {3, "D2V=4", 100, false, "Video"},
+        {2, "D2V=0", 100, false, "Video"},  // 0 reads as 1 frame
+    };
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        auto& vob = AddVob(std::vector<std::int32_t>(static_cast<std::size_t>(rows[i].Cells), 1));
+        vob.Audio_Present = rows[i].Audio ? -1 : 0;
+        Played(i + 1, 1).BCD = rows[i].Bcd;
+        if (!rows[i].Log.empty()) {
+            Put("Job/D_VTS_01_0/FRAMESERVING/" + CreateVOBName(static_cast<int>(i + 1)) + ".log", rows[i].Log + "\r\n");
+        }
+    }
+    DetermineVobType(job);
+    EXPECT_TRUE(Logged("WARNING!!! - VOBTEST HAS FAILED, RESORTING TO D2V ANALYSIS"));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(Domain().Vob_Id.Item(i + 1).Vob_Type, rows[i].Type) << "row " << i;
+    }
+    EXPECT_TRUE(Logged("VobType for VOBID 1 is StillMenu"));
+}
+
+TEST_F(VobTyping, StillVerdictsByCellsAudioAndTheStillMenuLength) {
+    const struct {
+        int Cells;
+        std::int32_t Bcd;
+        bool Audio;
+        std::string Type;
+    } rows[] = {{1, 213, false, "StillMenu"}, {1, 214, false, "SlideShow"}, {1, 0, true, "SlideShow"},
+                {2, 0, false, "SlideShow"}};
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        auto& vob = AddVob(std::vector<std::int32_t>(static_cast<std::size_t>(rows[i].Cells), 1));
+        vob.Audio_Present = rows[i].Audio ? -1 : 0;
+        Played(i + 1, 1).BCD = rows[i].Bcd;
+        FindVobType(job, "K:\\Job\\none.M2V", static_cast<std::int16_t>(i + 1), "STILL/SLIDE");
+        EXPECT_EQ(vob.Vob_Type, rows[i].Type) << "row " << i;
+    }
+    // A combo's still cells follow the VOB's audio, not the cell's.
+    for (const bool audio : {false, true}) {
+        auto& vob = AddVob({1, 1});
+        vob.Audio_Present = audio ? -1 : 0;
+        vob.CELL_ID.Item(2).VobType = "STILL";
+        FindVobType(job, "K:\\Job\\none.M2V", static_cast<std::int16_t>(Domain().Vob_Id.Count()), "COMBO");
+        EXPECT_EQ(CellTypes(vob), (std::vector<std::string>{"Video", audio ? "SlideShow" : "StillMenu"}));
+    }
+    EXPECT_TRUE(Commands().empty()) << "no M2V, no frame server";
+}
+
+TEST_F(VobTyping, OneSecondCellsWithBitmapsMakeACombo) {
+    job.Timing.VideoStandard = "NTSC";
+    const auto shortCells = [this] {
+        auto& vob = AddVob({100, 30});
+        vob.CELL_ID.Item(1).Bmps = -1;
+        vob.CELL_ID.Item(2).Bmps = -1;
+        return static_cast<std::int16_t>(Domain().Vob_Id.Count());
+    };
+    const auto first = shortCells();
+    FindVobType(job, "K:\\Job\\none.M2V", first, "VIDEO");
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "Combo");
+    EXPECT_TRUE(Logged("1 sec cells for vobid : 1"));
+
+    // Muxman takes short cells: the verdict path leaves them alone, the
+    // frame-count path does not, and types every cell "Video" on a hit.
+    job.Options().Muxman = 1;
+    const auto second = shortCells();
+    FindVobType(job, "K:\\Job\\none.M2V", second, "VIDEO");
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Vob_Type, "Video");
+    const auto third = shortCells();
+    Put("Job/D_VTS_01_0/FRAMESERVING/003.log", "D2V=130\n");
+    GetVobType(job, "K:\\Job\\none.M2V", third);
+    EXPECT_EQ(Domain().Vob_Id.Item(3).Vob_Type, "Combo");
+    EXPECT_EQ(CellTypes(Domain().Vob_Id.Item(3)), (std::vector<std::string>{"Video", "Video"}));
+
+    // The first cell has no cell before it; a cell before without bitmaps breaks the pair.
+    auto& lone = AddVob({30, 100});
+    lone.CELL_ID.Item(1).Bmps = -1;
+    EXPECT_EQ(ShortCellTest(job, 4, true), 0);
+    auto& unpaired = AddVob({100, 30});
+    unpaired.CELL_ID.Item(2).Bmps = -1;
+    EXPECT_EQ(ShortCellTest(job, 5, true), 0);
+}
+
+TEST_F(VobTyping, CellsUnderASecondAfterConversionMakeACombo) {
+    job.Options().Conversion = 1;
+    job.State().ConvertAudio = -1;
+    // 35 PAL frames become 29 NTSC ones, under a second; 36 become 30.
+    const std::pair<std::int32_t, int> rows[] = {{35, 1}, {36, 0}};
+    for (const auto& [frames, rule] : rows) {
+        auto& vob = AddVob({frames, 500});
+        vob.CELL_ID.Item(1).Bmps = -1;
+        EXPECT_EQ(ShortCellTest(job, static_cast<std::int16_t>(Domain().Vob_Id.Count()), true), rule) << frames;
+    }
+    // One cell alone: the verdict path passes it over, the frame-count path does not.
+    auto& single = AddVob({20});
+    single.CELL_ID.Item(1).Bmps = -1;
+    EXPECT_EQ(ShortCellTest(job, 3, true), 0);
+    EXPECT_EQ(ShortCellTest(job, 3, false), 1);
+    EXPECT_EQ(single.Vob_Type, "Combo");
+}
+
+TEST_F(VobTyping, DummyCellsOutweighingRealOnesMakeACombo) {
+    AddVob({10, 40});
+    Played(1, 2).DummyCell = -1;
+    AddVob({40, 40});
+    Played(2, 2).DummyCell = -1;
+    Put("Job/D_VTS_01_0/FRAMESERVING/001.log", "D2V=50\n");
+    Put("Job/D_VTS_01_0/FRAMESERVING/002.log", "D2V=80\n");
+    GetVobType(job, "K:\\Job\\none.M2V", 1);
+    GetVobType(job, "K:\\Job\\none.M2V", 2);
+    EXPECT_EQ(Domain().Vob_Id.Item(1).Vob_Type, "Combo");
+    EXPECT_EQ(CellTypes(Domain().Vob_Id.Item(1)), (std::vector<std::string>{"Video", "Video"}));
+    EXPECT_TRUE(Logged("DummyCells in Vob 1"));
+    EXPECT_EQ(Domain().Vob_Id.Item(2).Vob_Type, "Video") << "equal weight is not enough";
+}
+
+}  // namespace
+}  // namespace kestrova
+
+namespace kestrova {
+namespace {
+
+// An M2V that starts with a sequence header of 720x576 and the aspect
+// code given.
+std::string SequenceHeader(std::uint8_t aspect) {
+    const char bytes[] = {0x00, 0x00, 0x01, static_cast<char>(0xB3), 0x2D, 0x02, 0x40,
+                          static_cast<char>((aspect << 4) | 0x03)};
+    return std::string(bytes, sizeof bytes);
+}
+
+class Analysis : public test::AssetStageFixture {
+protected:
+    Analysis() {
+        AddVob({1});
+        AddVob({100});
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001.VOB", "A");
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002.VOB", "B");
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002 - Video.M2V", SequenceHeader(3));
+        stages.CreateIFO = [this](JobContext&) {
+            calls.push_back("CreateIFO");
+            return std::int16_t{3};
+        };
+        stages.NewConvert_SUBS = [this](JobContext&, std::int16_t pgcs) {
+            calls.push_back("NewConvert_SUBS " + std::to_string(pgcs));
+            return std::int16_t{2};
+        };
+        stages.FindHighlightBitmaps = [this](JobContext&, std::int16_t pgcs) {
+            calls.push_back("FindHighlightBitmaps " + std::to_string(pgcs));
+            calls.push_back(Logged("Checking for Dummy Vobs") ? "after the dummy check" : "before the dummy check");
+        };
+    }
+    SubpictureStages stages;
+    std::vector<std::string> calls;
+};
+
+TEST_F(Analysis, NamesJoinsRipsChecksAndTypesInOrderAndJournalsBothEnds) {
+    job.Options().ConfirmAR = 1;
+    Domain().Video.Item(1).Display_Mode = "4 : 3 (Pan-scan)";
+    Domain().Video.Item(1).Display_Pan_Scan = -1;
+    job.StreamUse.resize(3);
+    job.StreamUse[2].Mode[20] = "Wide";
+    job.StreamUse[2].Mode[21] = "Pan";
+    job.StreamUse[2].Mode[22] = "Pan";
+
+    EXPECT_EQ(VobAnalysis(job, stages), 3);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CreateIFO", "NewConvert_SUBS 3", "FindHighlightBitmaps 3",
+                                               "before the dummy check"}));
+    EXPECT_EQ(job.State().StreamCount, 2);
+    EXPECT_EQ(Journal(), (std::vector<std::string>{"DEMUXED VOB ID", "DVD2AVI"}));
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED"),
+              (std::vector<std::string>{"001.VOB", "002.M2V", "002.VOB", "Create_Sub.bat"}));
+    EXPECT_EQ(temp.Read("Job/D_VTS_01_0/DEMUXED/Create_Sub.bat"),
+              "Copy /b K:\\Job\\D_VTS_01_0\\DEMUXED\\*.VOB K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB\r\n");
+    EXPECT_EQ(temp.Read("Job/D_VTS_01_0/SUBTITLES/VTS_01_0.VOB"), "AB");
+    EXPECT_EQ(job.State().CurrentFolder, "K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB");
+
+    // The IFO said pan-scan, the stream says 16:9.
+    const auto& video = Domain().Video.Item(1);
+    EXPECT_EQ(video.Display_Mode, "16 : 9");
+    EXPECT_EQ(video.Display, "16 : 9");
+    EXPECT_EQ(video.Display_Pan_Scan, 0);
+    EXPECT_EQ(job.StreamUse[2].Mode[21], "Letter");
+    EXPECT_EQ(job.StreamUse[2].Mode[22], "Pan") << "only the first pan-scan stream";
+    EXPECT_TRUE(Logged("VIDEO RESOLUTION IS ACTUALLY 16:9 - RESETTING VARs"));
+
+    const auto lines = LogLines();
+    const auto at = [&lines](const std::string& text) { return std::find(lines.begin(), lines.end(), text); };
+    EXPECT_LT(at("Renaming Files"), at("4 : 3 (Pan-scan) suggested by IFO file - Confirming"));
+    EXPECT_LT(at("Checking for Dummy Vobs"), at("Checking for Dummy VOBs"));
+    EXPECT_LT(at("Checking for Dummy VOBs"), at("Executing Dvd2avirb and Dvd2avidg"));
+    EXPECT_NE(at("Executing Dvd2avirb and Dvd2avidg"), lines.end());
+}
+
+TEST_F(Analysis, AResumedRunKeepsTheNamesAndAStopEndsBeforeTheNextStage) {
+    auto& state = job.State();
+    state.Recover = -1;
+    state.RecoveryVTS = 2;
+    state.RecoveryModule = 0;
+    stages.CreateIFO = [this](JobContext& stopped) {
+        calls.push_back("CreateIFO");
+        stopped.StopRequested = -1;
+        return std::int16_t{4};
+    };
+    EXPECT_EQ(VobAnalysis(job, stages), 4);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CreateIFO"}));
+    EXPECT_EQ(Journal(), (std::vector<std::string>{"DEMUXED VOB ID"}));
+    EXPECT_FALSE(Logged("Renaming Files"));
+    EXPECT_TRUE(Has("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001.VOB"));
+    EXPECT_FALSE(Logged("Checking for Dummy Vobs"));
+}
+
+TEST_F(Analysis, APanScanDomainStaysSoWhenTheStreamAgreesOrCannotBeRead) {
+    Domain().Video.Item(1).Display_Mode = "4 : 3 (Pan-scan)";
+    Put("Job/D_VTS_01_0/DEMUXED/001.m2v", SequenceHeader(2));
+    Put("Job/D_VTS_01_0/DEMUXED/003.m2v", "no header here");
+    ConfirmPanScan(job, "K:\\Job\\D_VTS_01_0\\DEMUXED\\001.m2v");
+    ConfirmPanScan(job, "K:\\Job\\D_VTS_01_0\\DEMUXED\\003.m2v");
+    EXPECT_EQ(Domain().Video.Item(1).Display_Mode, "4 : 3 (Pan-scan)");
+    EXPECT_EQ(CountLogged("4 : 3 (Pan-scan) suggested by IFO file - Confirming"), 2);
+}
+
+}  // namespace
+}  // namespace kestrova
