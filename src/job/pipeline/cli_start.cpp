@@ -9,6 +9,7 @@
 #include "job/log_writers.h"
 #include "job/pipeline/pipeline.h"
 #include "job/settings_start.h"
+#include "job/tool_runner.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
 #include "platform/terminal.h"
@@ -62,6 +63,7 @@ std::string CommandTextOf(const JobContext& job, const std::vector<std::string>&
 
 int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     job.ProgramFolder = ProgramFolderOf(job);
+    AttachRunner(job);
     OpenProgramLogs(job);
     WLOG(job, "Main Loaded");
     if (LoadSettingsAtStart(job) == StartVerdict::MustEnd) return 1;
