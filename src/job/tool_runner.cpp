@@ -8,6 +8,8 @@ namespace kestrova {
 
 void AttachRunner(JobContext& job) {
     job.Runner.SetLog([&job](const std::string& line) { WLOG(job, line); });
+    // What a tool says (its errors above all) belongs in the run log too.
+    job.Runner.SetChildOutput([&job](const std::string& line) { WLOG(job, "\t" + line); });
     job.Runner.SetPump([&job] { JobPump(job); });
 }
 

@@ -11,7 +11,8 @@
 
 namespace kestrova {
 
-// Connects the runner's log to the run log and its default pump to JobPump.
+// Connects the runner's log and the tools' own output to the run log, and
+// its default pump to JobPump.
 void AttachRunner(JobContext& job);
 
 // One pass of the wait loop's work.

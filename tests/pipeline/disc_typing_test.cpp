@@ -1,0 +1,64 @@
+// The asset stage over real discs with the native tools: each menu VOB is
+// split, typed as its content is, and a zero-length cell is found and
+// measured.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "job/pipeline/pipeline.h"
+#include "pipeline_fixture.h"
+#include "platform/native_tools.h"
+
+namespace kestrova {
+namespace {
+
+// "Final VOBTYPE for VOBID: 002 is StillMenu" lines, per domain in order.
+std::vector<std::string> FinalTypes(const test::PipelineFixture& f) {
+    std::vector<std::string> types;
+    const std::string mark = "Final VOBTYPE for VOBID: ";
+    for (const auto& line : f.RunLogLines()) {
+        if (line.rfind(mark, 0) == 0) types.push_back(line.substr(mark.size()));
+    }
+    return types;
+}
+
+void RunWithNativeTools(test::PipelineFixture& f) {
+    platform::AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
+    BeginRoutines(f.job);
+    ASSERT_TRUE(f.job.Completed);
+}
+
+TEST(DiscTyping, MotionAndStillMenusAreTypedAsTheyAre) {
+    test::PipelineFixture buttons;
+    RunWithNativeTools(buttons);
+    // VMG: a motion menu with audio and a still menu; VTS 1: two still menus.
+    EXPECT_EQ(FinalTypes(buttons), (std::vector<std::string>{"001 is Video", "002 is StillMenu", "001 is StillMenu",
+                                                             "002 is StillMenu"}));
+    EXPECT_TRUE(buttons.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED\\001.M2V"));
+    EXPECT_TRUE(buttons.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED\\001DELAY[-10].MP2"));
+
+    test::PipelineFixture languages("ntsc-vts-menus-2lang");
+    RunWithNativeTools(languages);
+    const auto types = FinalTypes(languages);
+    ASSERT_EQ(types.size(), 9u) << "one VMG menu and eight VTS menus in two languages";
+    for (const auto& type : types) EXPECT_NE(type.find("StillMenu"), std::string::npos) << type;
+}
+
+TEST(DiscTyping, AZeroLengthCellIsFoundAndMeasured) {
+    test::PipelineFixture f("pal-menu-dummy-cells");
+    RunWithNativeTools(f);
+    EXPECT_EQ(f.CountRunLog("Dummy Cell detected VIDEO_TS  vob =3 cell =2"), 1);
+    EXPECT_EQ(f.CountRunLog("VTs=2, Vob=2=Dummy"), 1);
+    // The cell was split out and indexed; its index counts real pictures.
+    ASSERT_TRUE(f.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED_CELLID\\003_002.M2V"));
+    const auto log = f.files.ReadLines("K:\\OUT\\D_VIDEO_TS\\FRAMESERVING\\003_002.log");
+    std::string frames;
+    for (const auto& line : log) {
+        if (line.rfind("D2V=", 0) == 0) frames = line.substr(4);
+    }
+    ASSERT_FALSE(frames.empty());
+    EXPECT_GT(std::stoi(frames), 1) << "the cell the IFO calls empty holds motion video";
+}
+
+}  // namespace
+}  // namespace kestrova
