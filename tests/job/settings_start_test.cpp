@@ -5,7 +5,7 @@
 
 #include "job/folders.h"
 #include "support/job_fixture.h"
-#include "support/pe_builder.h"
+#include "standins/pe_builder.h"
 
 namespace kestrova {
 namespace {
@@ -32,9 +32,9 @@ void StoreSetup(test::JobFixture& f) {
 TEST(SettingsAtStart, VanishedToolsFallBackAndUsableOnesAreTold) {
     test::JobFixture f;
     f.job.SystemFolder = "K:\\WINDOWS\\system32";
-    f.temp.Write("Tools/HC.exe", test::BuildPeWithVersion({0, 25, 0, 0, "HC encoder"}));
-    f.temp.Write("WINDOWS/system32/avisynth.dll", test::BuildPeWithVersion({2, 5, 8, 5, "Avisynth"}));
-    f.temp.Write("Program/PGCDemux.exe", test::BuildPeWithoutVersion());
+    f.temp.Write("Tools/HC.exe", pe::BuildPeWithVersion({0, 25, 0, 0, "HC encoder"}));
+    f.temp.Write("WINDOWS/system32/avisynth.dll", pe::BuildPeWithVersion({2, 5, 8, 5, "Avisynth"}));
+    f.temp.Write("Program/PGCDemux.exe", pe::BuildPeWithoutVersion());
     StoreSetup(f);
 
     EXPECT_EQ(LoadSettingsAtStart(f.job), StartVerdict::Ready);
@@ -68,15 +68,15 @@ TEST(SettingsAtStart, AvisynthDecidesWhetherVideoCanBeEncoded) {
     EXPECT_NE(f.view.Lines.back().find("WARNING!! Avisynth not detected"), std::string::npos);
     EXPECT_FALSE(f.registry.KeyExists(RegistryRoot::ClassesRoot, "Directory\\shell\\Open with Kestrova\\Command"));
 
-    f.temp.Write("sys/Avisynth.dll", test::BuildPeWithVersion({2, 0, 8, 0}));
+    f.temp.Write("sys/Avisynth.dll", pe::BuildPeWithVersion({2, 0, 8, 0}));
     EXPECT_EQ(LoadSettingsAtStart(f.job), StartVerdict::MustEnd);
     EXPECT_EQ(f.questions.History().back().Text, "UNSUPPORTED VERSION OF AVISYNTH\r\nInstall Avisynth 2.5+ and restart");
 }
 
 TEST(SettingsAtStart, DisplayVerInfoReadsTheThreeVersionTexts) {
     test::JobFixture f;
-    test::PeVersion version{3, 5, 4, 0, "DVD Decrypter"};
-    f.temp.Write("DVD Decrypter/DVDDecrypter.exe", test::BuildPeWithVersion(version));
+    pe::PeVersion version{3, 5, 4, 0, "DVD Decrypter"};
+    f.temp.Write("DVD Decrypter/DVDDecrypter.exe", pe::BuildPeWithVersion(version));
     EXPECT_EQ(VersionOfFile(f.job, "K:\\DVD Decrypter\\DVDDecrypter.exe"), "3.5.4.0");
     EXPECT_EQ(f.job.ProductVersionText, "3.5.4.0");
     EXPECT_FALSE(f.job.StructureVersionText.empty());

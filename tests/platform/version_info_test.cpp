@@ -8,13 +8,13 @@
 #include <random>
 
 #include "platform/error.h"
-#include "support/pe_builder.h"
+#include "standins/pe_builder.h"
 #include "support/temp_folder.h"
 
 namespace kestrova::platform {
 namespace {
 
-test::PeVersion With(test::PeVersion version, std::optional<std::array<std::uint16_t, 4>> product, bool plus) {
+pe::PeVersion With(pe::PeVersion version, std::optional<std::array<std::uint16_t, 4>> product, bool plus) {
     version.ProductVersion = product;
     version.Pe32Plus = plus;
     return version;
@@ -22,7 +22,7 @@ test::PeVersion With(test::PeVersion version, std::optional<std::array<std::uint
 
 TEST(VersionInfo, ReadsFixedVersionsAndDescriptionOfBuiltFiles) {
     struct Case {
-        test::PeVersion Version;
+        pe::PeVersion Version;
         const char* File;
         const char* Product;
     };
@@ -37,7 +37,7 @@ TEST(VersionInfo, ReadsFixedVersionsAndDescriptionOfBuiltFiles) {
     test::TempFolder temp;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.File);
-        temp.Write("program.exe", test::BuildPeWithVersion(c.Version));
+        temp.Write("program.exe", pe::BuildPeWithVersion(c.Version));
         const std::optional<VersionInfo> info = ReadVersionInfo(temp.Host("program.exe"));
         ASSERT_TRUE(info.has_value());
         EXPECT_EQ(info->StructureVersion, "1.0");
@@ -49,7 +49,7 @@ TEST(VersionInfo, ReadsFixedVersionsAndDescriptionOfBuiltFiles) {
 
 TEST(VersionInfo, FilesWithoutVersionResourceGiveNothing) {
     test::TempFolder temp;
-    temp.Write("noversion.exe", test::BuildPeWithoutVersion());
+    temp.Write("noversion.exe", pe::BuildPeWithoutVersion());
     temp.Write("readme.txt", "MZ is how this text starts, but it is no program at all, not even close to one.");
     temp.Write("empty.exe", "");
     EXPECT_FALSE(ReadVersionInfo(temp.Host("noversion.exe")).has_value());
@@ -61,7 +61,7 @@ TEST(VersionInfo, FilesWithoutVersionResourceGiveNothing) {
 
 TEST(VersionInfo, DamagedResourceIsReportedWithFileAndOffset) {
     test::TempFolder temp;
-    std::string bytes = test::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
+    std::string bytes = pe::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
     // Break the fixed part's signature, wherever the builder put it.
     const std::string signature("\xBD\x04\xEF\xFE", 4);
     const std::size_t at = bytes.find(signature);
@@ -85,8 +85,8 @@ TEST(VersionInfo, DamagedResourceIsReportedWithFileAndOffset) {
 TEST(VersionInfo, TruncatedAndCorruptedFilesNeverReadOutOfRange) {
     test::TempFolder temp;
     const std::string path = temp.Host("fuzz.exe");
-    const std::string valid = test::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
-    const std::string valid64 = test::BuildPeWithVersion(With({1, 0, 0, 7, "Sixty-four"}, std::nullopt, true));
+    const std::string valid = pe::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter", "DVD Decrypter"});
+    const std::string valid64 = pe::BuildPeWithVersion(With({1, 0, 0, 7, "Sixty-four"}, std::nullopt, true));
     int read = 0;
     int nothing = 0;
     int errors = 0;

@@ -3,13 +3,16 @@
 
 #include <cstdlib>
 
-#include "support/pe_builder.h"
+#include "standins/pe_builder.h"
 
 namespace kestrova::test {
 
 using platform::RegistryRoot;
 
 namespace {
+
+using pe::BuildPeWithVersion;
+using pe::PeVersion;
 
 PeVersion ParseVersion(const std::string& text, const std::string& description) {
     int parts[4] = {0, 0, 0, 0};

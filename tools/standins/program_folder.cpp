@@ -8,7 +8,7 @@
 
 #include "platform/error.h"
 #include "standin.h"
-#include "support/pe_builder.h"
+#include "pe_builder.h"
 
 namespace kestrova::standin {
 
@@ -26,10 +26,10 @@ void WriteHostFile(const std::filesystem::path& path, const std::string& bytes) 
 int RunProgramFolder(const Invocation& call) {
     if (call.Arguments.size() != 1) throw Error("program-folder takes one host folder");
     const std::filesystem::path folder(call.Arguments[0]);
-    WriteHostFile(folder / "revpulldown.exe", test::BuildPeWithVersion({1, 0, 0, 0, "revpulldown"}));
-    WriteHostFile(folder / "Muxman.exe", test::BuildPeWithVersion({0, 15, 0, 0, "Muxman"}));
+    WriteHostFile(folder / "revpulldown.exe", pe::BuildPeWithVersion({1, 0, 0, 0, "revpulldown"}));
+    WriteHostFile(folder / "Muxman.exe", pe::BuildPeWithVersion({0, 15, 0, 0, "Muxman"}));
     WriteHostFile(folder / "DVD Decrypter" / "DVDDecrypter.exe",
-                  test::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter"}));
+                  pe::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter"}));
     return 0;
 }
 

@@ -2,14 +2,14 @@
 // header and stub, PE header, one section header, headers padded to 0x200,
 // then the .rsrc section at RVA 0x1000 holding the resource directory tree
 // (type -> name -> language -> data entry) and the resource data.
-#include "support/pe_builder.h"
+#include "pe_builder.h"
 
 #include <utility>
 #include <vector>
 
 #include "platform/text_encoding.h"
 
-namespace kestrova::test {
+namespace kestrova::pe {
 
 namespace {
 
@@ -249,4 +249,4 @@ std::string BuildPeWithoutVersion() {
     return ProgramFile(ResourceSection({{kRtIcon, IconBytes()}, {kRtManifest, ManifestBytes()}}), false);
 }
 
-}  // namespace kestrova::test
+}  // namespace kestrova::pe

@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-namespace kestrova::test {
+namespace kestrova::pe {
 
 struct PeVersion {
     PeVersion(std::uint16_t major, std::uint16_t minor, std::uint16_t build, std::uint16_t revision,
@@ -38,4 +38,4 @@ std::string BuildPeWithVersion(const PeVersion& version);
 // but no version resource.
 std::string BuildPeWithoutVersion();
 
-}  // namespace kestrova::test
+}  // namespace kestrova::pe
