@@ -1,6 +1,9 @@
 // Script templates and their registry keys: see script_templates.h.
 #include "job/script_templates.h"
 
+#include <utility>
+#include <vector>
+
 namespace kestrova {
 
 using platform::Registry;
@@ -66,22 +69,68 @@ ConversionScripts DefaultConversionScripts(const std::string& programFolder, con
     return scripts;
 }
 
+namespace {
+
+// The stored values of each record: registry name and field, texts and
+// numbers apart. Loading and saving walk the same table.
+template <typename Record>
+struct StoredFields {
+    std::vector<std::pair<const char*, std::string Record::*>> Texts;
+    std::vector<std::pair<const char*, std::int16_t Record::*>> Numbers;
+};
+
+const StoredFields<AvsScripts>& AvsFields() {
+    static const StoredFields<AvsScripts> fields{
+        {{"Version", &AvsScripts::Version},
+         {"Header", &AvsScripts::Avisynth_Header},
+         {"Footer_I", &AvsScripts::Avisynth_Footer_Interlaced},
+         {"Footer_P", &AvsScripts::Avisynth_Footer_Progressive},
+         {"Normal", &AvsScripts::Avisynth_Normal},
+         {"Interlaced", &AvsScripts::Avisynth_Interlaced},
+         {"Telecine", &AvsScripts::Avisynth_Telecine},
+         {"Hybrid", &AvsScripts::Avisynth_Hybrid},
+         {"MpegSwitch", &AvsScripts::Avisynth_MpegSwitch},
+         {"DeinterlaceScript", &AvsScripts::Avisynth_DeinterlaceScript}},
+        {{"Deinterlace", &AvsScripts::Deinterlace},
+         {"HybridIVTC", &AvsScripts::HybridIVTC},
+         {"TelecineIVTC", &AvsScripts::TelecineIVTC}}};
+    return fields;
+}
+
+// ConvertAudio is stored as 1 for true and kept as -1; it is handled apart.
+const StoredFields<ConversionScripts>& ConversionFields() {
+    static const StoredFields<ConversionScripts> fields{
+        {{"Version", &ConversionScripts::Version},
+         {"Conversion1", &ConversionScripts::Conversion1},
+         {"Conversion2", &ConversionScripts::Conversion2},
+         {"Conversion3", &ConversionScripts::Conversion3},
+         {"Conversion4", &ConversionScripts::Conversion4}},
+        {{"ConvertFPS", &ConversionScripts::ConvertFPS}}};
+    return fields;
+}
+
+template <typename Record>
+void LoadFields(const Registry& registry, const char* key, const StoredFields<Record>& fields, Record& record) {
+    for (const auto& [name, field] : fields.Texts) record.*field = Text(registry, key, name);
+    for (const auto& [name, field] : fields.Numbers) record.*field = Number(registry, key, name);
+}
+
+template <typename Record>
+void SaveFields(Registry& registry, const char* key, const StoredFields<Record>& fields, const Record& record) {
+    for (const auto& [name, field] : fields.Texts) {
+        registry.savestring(RegistryRoot::CurrentUser, key, name, record.*field);
+    }
+    for (const auto& [name, field] : fields.Numbers) {
+        registry.SaveDword(RegistryRoot::CurrentUser, key, name, static_cast<std::uint32_t>(record.*field));
+    }
+}
+
+}  // namespace
+
 AvsScripts LoadAvsScripts(const Registry& registry, const std::string& programFolder, const std::string& version) {
     if (Text(registry, kAvsKey, "Version").empty()) return DefaultAvsScripts(programFolder, version);
     AvsScripts scripts;
-    scripts.Version = Text(registry, kAvsKey, "Version");
-    scripts.Avisynth_Header = Text(registry, kAvsKey, "Header");
-    scripts.Avisynth_Footer_Interlaced = Text(registry, kAvsKey, "Footer_I");
-    scripts.Avisynth_Footer_Progressive = Text(registry, kAvsKey, "Footer_P");
-    scripts.Avisynth_Normal = Text(registry, kAvsKey, "Normal");
-    scripts.Avisynth_Interlaced = Text(registry, kAvsKey, "Interlaced");
-    scripts.Avisynth_Telecine = Text(registry, kAvsKey, "Telecine");
-    scripts.Avisynth_Hybrid = Text(registry, kAvsKey, "Hybrid");
-    scripts.Avisynth_MpegSwitch = Text(registry, kAvsKey, "MpegSwitch");
-    scripts.Avisynth_DeinterlaceScript = Text(registry, kAvsKey, "DeinterlaceScript");
-    scripts.Deinterlace = Number(registry, kAvsKey, "Deinterlace");
-    scripts.HybridIVTC = Number(registry, kAvsKey, "HybridIVTC");
-    scripts.TelecineIVTC = Number(registry, kAvsKey, "TelecineIVTC");
+    LoadFields(registry, kAvsKey, AvsFields(), scripts);
     return scripts;
 }
 
@@ -89,49 +138,20 @@ ConversionScripts LoadConversionScripts(const Registry& registry, const std::str
                                         const std::string& version) {
     if (Text(registry, kConversionKey, "Version").empty()) return DefaultConversionScripts(programFolder, version);
     ConversionScripts scripts;
-    scripts.Version = Text(registry, kConversionKey, "Version");
-    scripts.Conversion1 = Text(registry, kConversionKey, "Conversion1");
-    scripts.Conversion2 = Text(registry, kConversionKey, "Conversion2");
-    scripts.Conversion3 = Text(registry, kConversionKey, "Conversion3");
-    scripts.Conversion4 = Text(registry, kConversionKey, "Conversion4");
+    LoadFields(registry, kConversionKey, ConversionFields(), scripts);
     scripts.ConvertAudio = Number(registry, kConversionKey, "ConvertAudio") == 1 ? -1 : 0;
-    scripts.ConvertFPS = Number(registry, kConversionKey, "ConvertFPS");
     return scripts;
 }
 
 void SaveAvsScripts(Registry& registry, const AvsScripts& scripts) {
     Registry::DeferSave once(registry);
-    const auto text = [&registry](const char* name, const std::string& value) {
-        registry.savestring(RegistryRoot::CurrentUser, kAvsKey, name, value);
-    };
-    const auto number = [&registry](const char* name, std::int16_t value) {
-        registry.SaveDword(RegistryRoot::CurrentUser, kAvsKey, name, static_cast<std::uint32_t>(value));
-    };
-    text("Version", scripts.Version);
-    text("Header", scripts.Avisynth_Header);
-    text("Footer_I", scripts.Avisynth_Footer_Interlaced);
-    text("Footer_P", scripts.Avisynth_Footer_Progressive);
-    text("Normal", scripts.Avisynth_Normal);
-    text("Interlaced", scripts.Avisynth_Interlaced);
-    text("Telecine", scripts.Avisynth_Telecine);
-    text("Hybrid", scripts.Avisynth_Hybrid);
-    text("MpegSwitch", scripts.Avisynth_MpegSwitch);
-    text("DeinterlaceScript", scripts.Avisynth_DeinterlaceScript);
-    number("Deinterlace", scripts.Deinterlace);
-    number("HybridIVTC", scripts.HybridIVTC);
-    number("TelecineIVTC", scripts.TelecineIVTC);
+    SaveFields(registry, kAvsKey, AvsFields(), scripts);
 }
 
 void SaveConversionScripts(Registry& registry, const ConversionScripts& scripts) {
     Registry::DeferSave once(registry);
-    registry.savestring(RegistryRoot::CurrentUser, kConversionKey, "Version", scripts.Version);
-    registry.savestring(RegistryRoot::CurrentUser, kConversionKey, "Conversion1", scripts.Conversion1);
-    registry.savestring(RegistryRoot::CurrentUser, kConversionKey, "Conversion2", scripts.Conversion2);
-    registry.savestring(RegistryRoot::CurrentUser, kConversionKey, "Conversion3", scripts.Conversion3);
-    registry.savestring(RegistryRoot::CurrentUser, kConversionKey, "Conversion4", scripts.Conversion4);
+    SaveFields(registry, kConversionKey, ConversionFields(), scripts);
     registry.SaveDword(RegistryRoot::CurrentUser, kConversionKey, "ConvertAudio", scripts.ConvertAudio != 0 ? 1 : 0);
-    registry.SaveDword(RegistryRoot::CurrentUser, kConversionKey, "ConvertFPS",
-                       static_cast<std::uint32_t>(scripts.ConvertFPS));
 }
 
 }  // namespace kestrova
