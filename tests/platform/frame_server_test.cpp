@@ -70,7 +70,7 @@ std::string SequenceHeaderStream(int width, int height) {
     return bytes + std::string("\x23\x05\x86\xE0\0\0\1\xB7", 8);
 }
 
-// Script lines as the job writes them: header, source, filters, footer, mark.
+// Script lines as the job writes them: header, source, filters, footer, end mark.
 std::string Script(const std::string& filters, const std::string& footer = "AddAudio()\r\nConvertToYUY2()") {
     return "import(\"C:\\Program Files\\Kestrova\\new.avs\\addaudio.avs\")\r\n"
            "LoadPlugin(\"C:\\Program Files\\Kestrova\\new.dvd2avi\\mpeg2dec3dg.dll\")\r\n"
@@ -169,7 +169,7 @@ TEST(D2vProject, DamagedFilesAreRefusedWithTheLine) {
     }
 }
 
-TEST_F(FrameServerTest, ProjectsOfBothToolsGiveSizeRateAndLength) {
+TEST_F(FrameServerTest, ProjectsOfBothToolsAndFilmScriptsGiveSizeRateAndLength) {
     WriteD2v(DGIndexProject(0, "25000 (25/1)", Repeat({"b2"}, 75)));
     EXPECT_EQ(Shape(Script("")), "720x576 25/1 75");
     // The source is named without regard to case, with named arguments, or relative to the script's folder.
@@ -183,15 +183,12 @@ TEST_F(FrameServerTest, ProjectsOfBothToolsGiveSizeRateAndLength) {
     EXPECT_EQ(Shape(Script(std::string(kDecombLine) + "FieldDeinterlace()",
                            "AddAudio()\r\nConvertToYUY2(interlaced=true)")),
               "704x480 30000/1001 30");
-}
 
-TEST_F(FrameServerTest, FilmScriptsDecimateAndForcedFilmKeepsPictures) {
-    WriteD2v(Dvd2aviProject(0, "29970", Repeat({"2"}, 30)));
+    // Film: telecide and decimate; the hybrid mode blends the duplicate instead of dropping it.
     WriteM2v(SequenceHeaderStream(720, 480));
     const std::string telecine = std::string(kDecombLine) + "Telecide()\r\n";
     EXPECT_EQ(Shape(Script(telecine + "Decimate(cycle=5)")), "720x480 24000/1001 24");
     EXPECT_EQ(Shape(Script(telecine + "Decimate()")), "720x480 24000/1001 24");
-    // The hybrid mode blends the duplicate instead of dropping it.
     EXPECT_EQ(Shape(Script(telecine + "Decimate(mode=1,threshold=3)")), "720x480 30000/1001 30");
     WriteD2v(Dvd2aviProject(1, "23976", Repeat({"3", "0", "1", "2"}, 12)));
     EXPECT_EQ(Shape(Script("")), "720x480 24000/1001 48");

@@ -116,7 +116,6 @@ TEST(ProcessRunner, AStopFromThePumpEndsTheChildAndItsWholeGroup) {
 TEST(ProcessRunner, ChildrenAreKnownAndClosedByTheirWindowTitle) {
     RunnerFixture f;
     f.launcher.AddOverride("vsrip.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, ""});
-    f.launcher.AddOverride("mine.exe", {{KESTROVA_STANDIN_PATH, "--tool", "sleep"}, "My Tool"});
     std::vector<std::string> seen;
     bool closed = false;
     f.runner.ShellAndWait("\"K:\\Prog\\vsrip.exe\" 3000 K:\\ripped.txt", 6, [&] {
@@ -129,13 +128,8 @@ TEST(ProcessRunner, ChildrenAreKnownAndClosedByTheirWindowTitle) {
     EXPECT_TRUE(f.runner.History().back().Stopped);
     EXPECT_FALSE(f.runner.StopRequested()) << "closing a window is not a stop of the job";
     EXPECT_FALSE(f.runner.CloseWindow("VobSub Ripper Wizard"));
-
-    // An override's own title; the next start runs normally.
-    bool mineSeen = false;
-    f.runner.ShellAndWait("mine.exe 150 K:\\mine.txt", 1,
-                          [&] { mineSeen = mineSeen || f.runner.WindowExists("my tool"); });
-    EXPECT_TRUE(mineSeen);
-    EXPECT_TRUE(f.temp.Exists("mine.txt"));
+    f.runner.ShellAndWait("touch.exe K:\\next.txt", 0);
+    EXPECT_TRUE(f.temp.Exists("next.txt")) << "the next start runs normally";
 }
 
 TEST(ProcessRunner, HostAndWindowsProgramsGetTheirArgumentsWhole) {

@@ -82,9 +82,10 @@ TEST(Registry, TextsAndNumbersSurviveTheFile) {
     EXPECT_EQ(temp.Read("config/kestrova/registry.reg"), file);
 }
 
-TEST(Registry, KeysAndNamesIgnoreCaseAndKeepTheirFirstSpelling) {
+TEST(Registry, KeysAndNamesIgnoreCaseKeepTheirFirstSpellingAndAreDeleted) {
     test::TempFolder temp;
-    Registry registry(temp.Host("registry.reg"));
+    const std::string hive = temp.Host("registry.reg");
+    Registry registry(hive);
     registry.savestring(kUser, "Software\\Kestrova\\AVS", "Header", "first");
     registry.SaveDword(kUser, "Software\\Kestrova\\AVS", "Deinterlace", 1);
     registry.savestring(kUser, "SOFTWARE\\kestrova\\avs\\", "HEADER", "second");
@@ -101,27 +102,20 @@ TEST(Registry, KeysAndNamesIgnoreCaseAndKeepTheirFirstSpelling) {
     EXPECT_EQ(registry.getstring(kMachine, "Software\\Classes\\Directory\\shell\\open\\Command", ""), "\"K\" Folder=");
     EXPECT_EQ(registry.getstring(RegistryRoot::ClassesRoot, "dvd\\SHELL\\open\\command", ""), "\"K\" Load=");
     EXPECT_THROW(registry.savestring(kUser, "Software\\Kestrova", "Two\nlines", "x"), Error);
-}
 
-TEST(Registry, DeleteKeyTakesItsSubkeysAndDeleteValueOneValue) {
-    test::TempFolder temp;
-    const std::string hive = temp.Host("registry.reg");
-    Registry registry(hive);
+    // DeleteKey takes the subkeys, DeleteValue one value.
     registry.SaveDword(kUser, kSettings, "GUI", 3);
     registry.SaveDword(kUser, "Software\\Kestrova\\settings\\Deeper\\Deepest", "Depth", 2);
-    registry.savestring(kUser, "Software\\Kestrova\\AVS", "Version", "2");
     registry.savestring(kUser, "Software\\Kestrova", "InstallDirectory", "K:\\Program");
-
     registry.DeleteKey(kUser, "SOFTWARE\\KESTROVA\\Settings");
     registry.DeleteValue(kUser, "software\\kestrova", "INSTALLDIRECTORY");
     registry.DeleteKey(kUser, "");  // a root stays
     registry.DeleteKey(kUser, "Software\\Not\\There");
-
     Registry reloaded(hive);
     ASSERT_EQ(reloaded.Load(), "");
     EXPECT_FALSE(reloaded.KeyExists(kUser, "Software\\Kestrova\\settings"));
     EXPECT_FALSE(reloaded.KeyExists(kUser, "Software\\Kestrova\\settings\\Deeper\\Deepest"));
-    EXPECT_EQ(reloaded.getstring(kUser, "Software\\Kestrova\\AVS", "Version"), "2");
+    EXPECT_EQ(reloaded.getstring(kUser, "Software\\Kestrova\\AVS", "HEADER"), "second");
     EXPECT_TRUE(reloaded.ValueNames(kUser, "Software\\Kestrova").empty());
 }
 
@@ -303,10 +297,9 @@ TEST(Registry, DeferSaveWritesOnceWhenTheLastOneEnds) {
 
 TEST(Registry, DefaultHivePathFollowsTheEnvironment) {
     const char* names[] = {"KESTROVA_REGISTRY", "XDG_CONFIG_HOME", "HOME"};
-    std::vector<std::optional<std::string>> saved;
-    for (const char* name : names) {
-        const char* value = std::getenv(name);
-        saved.push_back(value != nullptr ? std::optional<std::string>(value) : std::nullopt);
+    std::optional<std::string> saved[3];
+    for (int i = 0; i < 3; ++i) {
+        if (const char* value = std::getenv(names[i])) saved[i] = value;
     }
     ::setenv("HOME", "/home/user", 1);
     ::setenv("XDG_CONFIG_HOME", "/xdg", 1);
@@ -316,7 +309,7 @@ TEST(Registry, DefaultHivePathFollowsTheEnvironment) {
     EXPECT_EQ(Registry::DefaultHivePath(), "/xdg/kestrova/registry.reg");
     ::setenv("XDG_CONFIG_HOME", "", 1);
     EXPECT_EQ(Registry::DefaultHivePath(), "/home/user/.config/kestrova/registry.reg");
-    for (std::size_t i = 0; i < saved.size(); ++i) {
+    for (int i = 0; i < 3; ++i) {
         saved[i] ? ::setenv(names[i], saved[i]->c_str(), 1) : ::unsetenv(names[i]);
     }
 }
@@ -326,8 +319,7 @@ TEST(Registry, DefaultHivePathFollowsTheEnvironment) {
 TEST(Registry, KillDuringSaveLeavesOneWholeHive) {
     test::TempFolder temp;
     const std::string hive = temp.Host("registry.reg");
-    Registry first(hive);
-    Registry second(hive);
+    Registry first(hive), second(hive);
     std::vector<std::string> texts;  // the hive as each registry saved it
     for (Registry* registry : {&second, &first}) {
         const std::string word = registry == &first ? "first" : "second";
@@ -344,12 +336,9 @@ TEST(Registry, KillDuringSaveLeavesOneWholeHive) {
     }
     ASSERT_NE(texts[0], texts[1]);
 
-    // Most of a save goes into making the text, before the temporary file exists. Even rounds kill at a random
-    // moment of the first few saves; odd rounds wait until a temporary file appears and kill within the next
-    // millisecond, while it is written, flushed or renamed.
+    // Even rounds kill at any moment of the first saves (mostly while the text is made); odd rounds wait for the
+    // temporary file and kill within a millisecond, while it is written, flushed or renamed.
     std::mt19937 random(7);
-    std::uniform_int_distribution<int> anyMomentUs(0, 60000);
-    std::uniform_int_distribution<int> soonUs(0, 1000);
     const auto savingSeen = [&] { return FolderNames(temp.Host()).size() > 1; };
     int killedMidSave = 0;
     for (int round = 0; round < 12; ++round) {
@@ -364,11 +353,11 @@ TEST(Registry, KillDuringSaveLeavesOneWholeHive) {
             ::_exit(0);
         }
         if (round % 2 == 0) {
-            std::this_thread::sleep_for(std::chrono::microseconds(anyMomentUs(random)));
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
         } else {
             const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
             while (!savingSeen() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
-            std::this_thread::sleep_for(std::chrono::microseconds(soonUs(random)));
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
         }
         ::kill(child, SIGKILL);
         int status = 0;
