@@ -10,25 +10,21 @@
 namespace kestrova::platform {
 namespace {
 
-TEST(Questions, ConsoleAsksUntilItGetsAnAnswer) {
+TEST(Questions, ConsoleAsksUntilAnsweredAndUnattendedTakesTheGivenAnswer) {
     std::istringstream in("maybe\nY\n\nno\n");
     std::ostringstream out;
     ConsoleQuestions console(in, out, false);
     EXPECT_TRUE(console.AskYesNo("Delete existing folder?", "Kestrova", false));
     EXPECT_FALSE(console.AskYesNo("Continue anyway?", "ReBuilder Error", true));
     EXPECT_NE(out.str().find("[ReBuilder Error] Continue anyway? (y/n)"), std::string::npos);
-    // Input closed: the unattended answer.
-    EXPECT_TRUE(console.AskYesNo("Again?", "Quit?", true));
-}
+    EXPECT_TRUE(console.AskYesNo("Again?", "Quit?", true)) << "input closed: the unattended answer";
 
-TEST(Questions, UnattendedConsoleTakesTheUnattendedAnswerAndNotesIt) {
-    std::istringstream in("n\n");
-    std::ostringstream out;
+    std::istringstream no("n\n");
     std::vector<std::string> notes;
-    ConsoleQuestions console(in, out, true, [&notes](const std::string& note) { notes.push_back(note); });
-    EXPECT_TRUE(console.AskYesNo("Switch to Muxman?", "Vob Count Error", true));
-    console.ShowMessage("SOMETHING WENT WRONG - ABORTING", "Kestrova", MessageKind::Critical);
-    EXPECT_EQ(console.ChooseFolder("Output"), "");
+    ConsoleQuestions unattended(no, out, true, [&notes](const std::string& note) { notes.push_back(note); });
+    EXPECT_TRUE(unattended.AskYesNo("Switch to Muxman?", "Vob Count Error", true));
+    unattended.ShowMessage("SOMETHING WENT WRONG - ABORTING", "Kestrova", MessageKind::Critical);
+    EXPECT_EQ(unattended.ChooseFolder("Output"), "");
     ASSERT_EQ(notes.size(), 2u);
     EXPECT_EQ(notes[0], "Question \"Vob Count Error\": Switch to Muxman? - answered Yes (unattended)");
     EXPECT_NE(out.str().find("Error [Kestrova]: SOMETHING WENT WRONG - ABORTING"), std::string::npos);
@@ -39,8 +35,7 @@ TEST(Questions, ScriptedAnswersInOrderThenTheUnattendedOne) {
     scripted.AnswerNo();
     scripted.AnswerPath("K:\\JOB\\Kestrova_Recovery.LOG");
     EXPECT_FALSE(scripted.AskYesNo("a", "t", true));
-    EXPECT_EQ(scripted.ChooseFile("Browse for your Kestrova_Recovery.LOG file", "Kestrova_Recovery|*.LOG"),
-              "K:\\JOB\\Kestrova_Recovery.LOG");
+    EXPECT_EQ(scripted.ChooseFile("Browse", "Kestrova_Recovery|*.LOG"), "K:\\JOB\\Kestrova_Recovery.LOG");
     EXPECT_TRUE(scripted.AskYesNo("b", "t", true));
     scripted.ShowMessage("told", "t", MessageKind::Information);
     ASSERT_EQ(scripted.History().size(), 4u);
@@ -62,7 +57,6 @@ TEST(Trace, AReportSaysWhereAndHowItGotThere) {
     ASSERT_EQ(sink.size(), 1u);
     EXPECT_EQ(sink[0], "Error in modDemux.EnableDemuxing at line 42: File not found (1); call stack: "
                        "modMain.StartKestrova modDemux.EnableDemuxing");
-
     trace.SetVerbose(true);
     { TraceFrame frame(trace, "modLog", "WLF"); }
     EXPECT_EQ(sink.back(), "leave modLog.WLF");
