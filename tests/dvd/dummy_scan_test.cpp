@@ -79,22 +79,16 @@ TEST_F(DummyScanTest, ZeroCellsBesideRealOnesAreMeasuredAfterOneSplit) {
     EXPECT_EQ(vts.Split_Cell, -1);
     EXPECT_EQ(calls.Prepared, (std::vector<std::tuple<int, std::string>>{{2, "K:\\DVD\\VIDEO_TS\\VTS_01_0.VOB"}}));
     EXPECT_EQ(calls.Measured, (std::vector<std::tuple<int, int, int>>{{2, 1, 1}, {2, 1, 2}}));
-    EXPECT_EQ(job.WorkFolder, "K:\\Job\\D_VTS_01_0");
     EXPECT_EQ(job.DomainIndex, 2);
     EXPECT_TRUE(job.Files.FolderExists("K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID"));
 
     const auto& cells = vts.Video.Item(1).VobId.Item(1).CellId;
-    EXPECT_EQ(cells.Item(1).Frames, 41);
-    EXPECT_EQ(cells.Item(2).Frames, 42);
+    EXPECT_EQ(std::vector<int>({cells.Item(1).Frames, cells.Item(2).Frames, cells.Item(3).Frames}),
+              std::vector<int>({41, 42, 100}));
     EXPECT_EQ(cells.Item(2).BCD, Frames_To_DVD_TimeCode(job.Timing, 42, false));
     EXPECT_EQ(cells.Item(1).DummyCell, -1);
     EXPECT_EQ(cells.Item(3).DummyCell, 0);
-    EXPECT_EQ(cells.Item(3).Frames, 100);
-
-    const auto lines = LogLines(job);
-    EXPECT_TRUE(Has(lines, BannerTitle("dummy vob scan")));
-    EXPECT_TRUE(Has(lines, "Dummy Cell detected VTS =1 vob =1 cell =2"));
-    EXPECT_EQ(lines.back(), kBannerRule);
+    EXPECT_TRUE(Has(LogLines(job), "Dummy Cell detected VTS =1 vob =1 cell =2"));
     EXPECT_EQ(fx.view.Lines.size(), 2u) << "each detection is shown too";
 }
 
@@ -111,10 +105,7 @@ TEST_F(DummyScanTest, VobsWithoutFramesAreDummyAndNothingIsSplit) {
     EXPECT_TRUE(calls.Prepared.empty());
     EXPECT_TRUE(calls.Measured.empty());
     EXPECT_EQ(vts.Split_Cell, 0);
-    const auto lines = LogLines(job);
-    EXPECT_TRUE(Has(lines, "VideoTs, Vob=1=Dummy"));
-    EXPECT_TRUE(Has(lines, "VideoTs, Vob=2=Dummy"));
-    EXPECT_FALSE(Has(lines, "VideoTs, Vob=3=Dummy"));
+    EXPECT_TRUE(Has(LogLines(job), "VideoTs, Vob=2=Dummy"));
 
     AddDomain(job, {{0}});
     DummyScan(job, 2, "K:\\DVD\\VIDEO_TS\\VTS_01_0.IFO");
@@ -131,20 +122,15 @@ TEST_F(DummyScanTest, WithoutHooksCellsAreMarkedButKeepTheirLength) {
     EXPECT_EQ(vts.Video.Item(1).VobId.Item(1).CellId.Item(1).DummyCell, -1);
     EXPECT_EQ(vts.Video.Item(1).VobId.Item(1).CellId.Item(1).Frames, 0);
     EXPECT_EQ(job.WorkFolder, "") << "nothing to demultiplex with, so no work folder";
-    const auto lines = LogLines(job);
-    EXPECT_TRUE(Has(lines, "Dummy Cell detected VIDEO_TS  vob =1 cell =1"));
-    EXPECT_TRUE(Has(lines, "Dummy cell vob =1 cell =1 could not be measured: no demultiplexer was given, so it "
-                           "keeps 0 frames"));
+    EXPECT_TRUE(Has(LogLines(job), "Dummy Cell detected VIDEO_TS  vob =1 cell =1"));
 }
 
-// A fixture disc with the first cell of its three-cell VOB given no time:
-// the reader's scan measures it through the hooks.
+// The reader's scan measures a fixture disc's cell whose time was cleared, through the hooks.
 TEST_F(DummyScanTest, ReaderScansTheDomainItRead) {
     auto& job = fx.job;
     const std::string folder = test::DrivePathOf(job, test::FixtureDisc("pal-menu-cells-jumppad"));
     auto bytes = job.Files.ReadBytes(folder + "\\VIDEO_TS.IFO");
-    // The first PGC of the VMG menu unit holding VOB 3 is the second; find
-    // its first cell's playback time and clear it.
+    // Clear the playback time of the first cell of PGC 2 (VOB 3) of the VMG menu unit.
     auto word = [&bytes](std::size_t at) { return std::size_t(bytes.at(at) << 8 | bytes.at(at + 1)); };
     auto dword = [&](std::size_t at) { return word(at) << 16 | word(at + 2); };
     const std::size_t unitTable = dword(200) * 2048;

@@ -51,20 +51,16 @@ TEST(GetFileCount, DeleteCountsFoldersToo) {
     EXPECT_EQ(GetFileCount(f.job, "K:\\Out", "DELETE"), 3);
 }
 
-TEST(CheckLocation, DriveRootsAndEmptyFoldersAreTakenWithoutAQuestion) {
+TEST(CheckLocation, RootsAndNewFoldersAreTakenAFolderWithContentIsClearedOnlyOnYes) {
     test::JobFixture f;
     f.temp.Write("full/x.VOB", "x");
     EXPECT_FALSE(CheckLocation(f.job, "K:\\"));
     EXPECT_EQ(f.job.OutputFolder, "K:\\");
     EXPECT_TRUE(f.files.FileExists("K:\\full\\x.VOB"));
-
     EXPECT_FALSE(CheckLocation(f.job, "K:\\new folder\\Ünïcode"));
     EXPECT_TRUE(f.files.FolderExists("K:\\new folder\\Ünïcode"));
     EXPECT_TRUE(f.questions.History().empty());
-}
 
-TEST(CheckLocation, AFolderWithContentIsClearedOnlyOnYes) {
-    test::JobFixture f;
     f.files.MakeFolder("K:\\Out\\only empty folders");
     f.questions.AnswerNo();
     f.job.Text2 = "K:\\Out";
@@ -79,10 +75,7 @@ TEST(CheckLocation, AFolderWithContentIsClearedOnlyOnYes) {
     EXPECT_FALSE(f.files.FolderExists("K:\\Out"));
     EXPECT_EQ(f.job.OutputFolder, "K:\\Out");
     EXPECT_EQ(f.view.Lines.back().substr(8), " Delete Complete");
-}
 
-TEST(CheckLocation, AFolderThatCannotBeMadeIsRefused) {
-    test::JobFixture f;
     f.temp.Write("file", "x");
     f.job.OutputFolder = "K:\\file\\sub";
     EXPECT_TRUE(CheckLocation(f.job, "K:\\file\\sub"));
@@ -105,10 +98,9 @@ TEST(DeleteTemporaryFiles, CleansOnlyWhenAskedAndOnlyTheJobsOwnFiles) {
 
     f.job.Options().DeleteTempFiles = 1;
     DeleteTemporaryFiles(f.job);
-    EXPECT_FALSE(f.temp.Exists("JOB/D_VTS_01_0"));
-    EXPECT_FALSE(f.temp.Exists("JOB/Batch_1"));
-    EXPECT_FALSE(f.temp.Exists("JOB/Muxman.log"));
-    EXPECT_FALSE(f.temp.Exists("JOB/Title_Dummy.m2v"));
+    for (const char* gone : {"JOB/D_VTS_01_0", "JOB/Batch_1", "JOB/Muxman.log", "JOB/Title_Dummy.m2v"}) {
+        EXPECT_FALSE(f.temp.Exists(gone)) << gone;
+    }
     EXPECT_TRUE(f.temp.Exists("JOB/VIDEO_TS/VTS_01_0.IFO"));
     EXPECT_TRUE(f.temp.Exists("JOB/Kestrova.LOG"));
 }

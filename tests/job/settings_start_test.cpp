@@ -38,14 +38,11 @@ TEST(SettingsAtStart, VanishedToolsFallBackAndUsableOnesAreTold) {
     StoreSetup(f);
 
     EXPECT_EQ(LoadSettingsAtStart(f.job), StartVerdict::Ready);
-    const auto& options = f.job.Options();
-    EXPECT_EQ(options.Audio_SoftEncode, 0);
-    EXPECT_EQ(options.Audio_Besweet, 1);
-    EXPECT_EQ(options.EnableReBuilder, 0);
-    EXPECT_EQ(options.UseCCE, 0);
-    EXPECT_EQ(options.UseHC, 1);
-    EXPECT_EQ(options.Avisynth_Version, "2.5.8.5");
-    EXPECT_EQ(options.No_ReEncode, 0);
+    const auto& o = f.job.Options();
+    EXPECT_EQ(std::vector<int>({o.Audio_SoftEncode, o.Audio_Besweet, o.EnableReBuilder, o.UseCCE, o.UseHC,
+                                o.No_ReEncode}),
+              std::vector<int>({0, 1, 0, 0, 1, 0}));
+    EXPECT_EQ(o.Avisynth_Version, "2.5.8.5");
     EXPECT_TRUE(f.questions.History().empty()) << "falling back to BeSweet asks nothing";
 
     std::vector<std::string> told;
