@@ -4,6 +4,9 @@
 // script, by the frame server; their logs are checked line by line.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,26 +27,16 @@ const char* const kOutputPath = "K:\\work dir\\FRAMESERVING\\001";
 
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find("\r\n", start);
-        if (end == std::string::npos) end = text.size();
+    for (std::size_t start = 0, end; start < text.size(); start = end + 2) {
+        end = std::min(text.find("\r\n", start), text.size());
         lines.push_back(text.substr(start, end - start));
-        start = end + 2;
     }
     return lines;
 }
 
 std::vector<std::string> Tokens(const std::string& line) {
-    std::vector<std::string> tokens;
-    std::size_t start = 0;
-    while (start < line.size()) {
-        std::size_t end = line.find(' ', start);
-        if (end == std::string::npos) end = line.size();
-        if (end > start) tokens.push_back(line.substr(start, end - start));
-        start = end + 1;
-    }
-    return tokens;
+    std::istringstream words(line);
+    return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
 // The command line the job builds for each tool.
@@ -51,6 +44,11 @@ std::string IndexCommand(const std::string& tool, const std::string& input = kM2
     const std::string clip = tool == "DGIndex" ? "" : " -Cs=2";
     return "K:\\PROG\\new.dvd2avi\\" + tool + ".exe -IA=1 -FO=0" + clip + " -YR=1 -TN=1 -IF=[" + input +
            "] -DRC=0 -OF=[" + kOutputPath + "] -exit";
+}
+
+std::string ReadAll(const std::string& hostPath) {
+    const std::string folder = MpegTestStreams::Get().Folder().Host();
+    return MpegTestStreams::Get().Folder().Read(hostPath.substr(folder.size() + 1));
 }
 
 // A job folder on K: with one M2V, and the three tools as stand-ins.
@@ -62,11 +60,6 @@ struct IndexFixture {
             launcher.AddOverride(std::string(tool) + ".exe", {{KESTROVA_STANDIN_PATH, "--tool", tool}, ""});
         }
         runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
-    }
-
-    static std::string ReadAll(const std::string& hostPath) {
-        const std::string folder = MpegTestStreams::Get().Folder().Host();
-        return MpegTestStreams::Get().Folder().Read(hostPath.substr(folder.size() + 1));
     }
 
     int Run(const std::string& commandLine) {
@@ -89,16 +82,12 @@ struct IndexFixture {
     std::string output;
 };
 
+// Where each tool's project file puts what the job reads.
 struct ToolLayout {
-    const char* Tool;
-    const char* FirstLine;
-    std::size_t FieldOperationLine;
-    std::size_t FrameRateLine;
-    std::size_t FirstDataLine;
-    std::size_t FirstFlagToken;
+    const char *Tool, *FirstLine;
+    std::size_t FieldOperationLine, FrameRateLine, FirstDataLine, FirstFlagToken;
     const char* FrameRate;
 };
-
 constexpr ToolLayout kLayouts[] = {
     {"dvd2avirb", "DVD2AVIProjectFile03", 10, 11, 13, 5, "Frame_Rate=25000"},
     {"dvd2avidg", "DVD2AVIProjectFile03", 10, 11, 13, 5, "Frame_Rate=25000"},
@@ -110,7 +99,7 @@ TEST(Dvd2aviStandin, EachToolIndexesAProgressiveStreamAtTheLinesTheJobReads) {
     const std::string stream = MpegTestStreams::Get().Progressive25();
     const auto probed = test::ProbeFrames(stream);
     ASSERT_EQ(probed.size(), 37u);
-    const std::size_t groupHeaders = test::StartCodeOffsets(IndexFixture::ReadAll(stream), 0xB8).size();
+    const std::size_t groupHeaders = test::StartCodeOffsets(ReadAll(stream), 0xB8).size();
 
     for (const ToolLayout& layout : kLayouts) {
         SCOPED_TRACE(layout.Tool);
@@ -161,65 +150,53 @@ TEST(Dvd2aviStandin, EachToolIndexesAProgressiveStreamAtTheLinesTheJobReads) {
         EXPECT_EQ(project.Files, std::vector<std::string>{kM2vPath});
         EXPECT_EQ(project.Operation, platform::FieldOperation::None);
         EXPECT_EQ(project.Rate, (platform::FrameRate{25, 1}));
-        EXPECT_EQ(project.Frames, 37);
         EXPECT_EQ(project.FlagCounts[0], 37);
         const platform::AviStreamInfo info = f.ServeScript();
         ASSERT_FALSE(info.ErrorClip) << info.Error;
         EXPECT_EQ(info.Length, 37);
         EXPECT_EQ(info.Width, 720);
-        EXPECT_EQ(info.Height, 576);
-        EXPECT_EQ(static_cast<double>(info.Rate) / info.Scale, 25.0);
+        EXPECT_EQ(info.Rate, 25 * info.Scale);
     }
 }
 
+// The flags each project counts are the field order and repeats ffprobe sees.
 TEST(Dvd2aviStandin, InterlacedTelecineAndStillStreamsGiveTheirFlagsAndCounts) {
     KESTROVA_REQUIRE_FFMPEG();
     auto& streams = MpegTestStreams::Get();
-
-    {
-        SCOPED_TRACE("interlaced, top field first");
-        IndexFixture f(streams.InterlacedTff25());
-        ASSERT_EQ(f.Run(IndexCommand("dvd2avidg")), 0) << f.output;
-        EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=0\r\nTFF=37\r\nZIG=37\r\nPER=0\r\n");
-        const platform::D2vProject project = platform::ParseD2vProject(f.Project(), "001.d2v");
-        EXPECT_EQ(project.FlagCounts[2], 37);
-        EXPECT_EQ(f.ServeScript().Length, 37);
-    }
-    {
-        SCOPED_TRACE("soft telecine film");
-        streams.Film();
-        streams.Folder().Write("telecine.m2v", test::SoftTelecine(streams.Folder().Read("film.m2v")));
-        const auto probed = test::ProbeFrames(streams.Host("telecine.m2v"));
-        int fields = 0;
-        int topFirst = 0;
-        for (const auto& frame : probed) {
-            fields += 2 + frame.RepeatPict;
-            topFirst += frame.TopFieldFirst ? 1 : 0;
+    streams.Film();
+    streams.Folder().Write("telecine.m2v", test::SoftTelecine(streams.Folder().Read("film.m2v")));
+    // The 3:2 pattern over 37 frames: 19 top field first, 19 repeated fields, so 93 fields.
+    const std::string pulldown = "D2V=37\r\nPRO=37\r\nTFF=19\r\nZIG=37\r\nPER=100\r\n";
+    // Name, stream, tool, its log, its frame rate line, the frames served (the repeated fields make whole frames).
+    const struct {
+        const char* Name;
+        std::string Stream;
+        const char* Tool;
+        std::string Log;
+        std::size_t RateLine;
+        std::string Rate;
+        int Served;
+    } rows[] = {
+        {"interlaced", streams.InterlacedTff25(), "dvd2avidg", "D2V=37\r\nPRO=0\r\nTFF=37\r\nZIG=37\r\nPER=0\r\n",
+         11, "Frame_Rate=25000", 37},
+        {"soft telecine", streams.Host("telecine.m2v"), "DGIndex", pulldown, 13, "Frame_Rate=29970 (30000/1001)", 46},
+        {"still", streams.Still(), "dvd2avirb", "D2V=1\r\nPRO=1\r\nTFF=0\r\nZIG=1\r\nPER=0\r\n", 11,
+         "Frame_Rate=29970", 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Name);
+        IndexFixture f(row.Stream);
+        ASSERT_EQ(f.Run(IndexCommand(row.Tool)), 0) << f.output;
+        EXPECT_EQ(f.Log(), row.Log);
+        EXPECT_EQ(Lines(f.Project()).at(row.RateLine), row.Rate);
+        std::array<std::int64_t, 4> flags{};
+        for (const auto& frame : test::ProbeFrames(row.Stream)) {
+            ++flags[(frame.TopFieldFirst ? 2 : 0) + frame.RepeatPict];
         }
-        IndexFixture f(streams.Host("telecine.m2v"));
-        ASSERT_EQ(f.Run(IndexCommand("DGIndex")), 0) << f.output;
-        EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=37\r\nTFF=" + std::to_string(topFirst) + "\r\nZIG=37\r\nPER=100\r\n");
-        const std::vector<std::string> lines = Lines(f.Project());
-        EXPECT_EQ(lines[13], "Frame_Rate=29970 (30000/1001)");
+        EXPECT_EQ(platform::ParseD2vProject(f.Project(), "001.d2v").FlagCounts, flags);
         const platform::AviStreamInfo info = f.ServeScript();
         ASSERT_FALSE(info.ErrorClip) << info.Error;
-        EXPECT_EQ(info.Length, fields / 2);  // the repeated fields make whole frames
-        EXPECT_EQ(info.Width, 720);
-        EXPECT_EQ(info.Rate, 30000u);
-        EXPECT_EQ(info.Scale, 1001u);
-    }
-    {
-        SCOPED_TRACE("still");
-        IndexFixture f(streams.Still());
-        ASSERT_EQ(f.Run(IndexCommand("dvd2avirb")), 0) << f.output;
-        const std::vector<std::string> log = Lines(f.Log());
-        ASSERT_EQ(log.size(), 5u);
-        EXPECT_EQ(log[0], "D2V=1");
-        const std::vector<std::string> lines = Lines(f.Project());
-        ASSERT_EQ(lines.size(), 14u);
-        EXPECT_EQ(lines[11], "Frame_Rate=29970");
-        EXPECT_EQ(Tokens(lines[13]).size(), 5u + 1 + 1);  // five leading tokens, one flag, "ff"
-        EXPECT_EQ(f.ServeScript().Length, 1);
+        EXPECT_EQ(info.Length, row.Served);
     }
 }
 
@@ -227,50 +204,36 @@ TEST(Dvd2aviStandin, BadCommandLinesBrokenStreamsAndAskedFailuresLeaveNoProject)
     KESTROVA_REQUIRE_FFMPEG();
     auto& streams = MpegTestStreams::Get();
     const std::string stream = streams.Progressive25();
-    const std::string withoutExit = IndexCommand("dvd2avirb").substr(0, IndexCommand("dvd2avirb").size() - 6);
-    const std::string dgindexWithClip = "K:\\PROG\\DGIndex.exe -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[" +
-                                        std::string(kM2vPath) + "] -DRC=0 -OF=[" + kOutputPath + "] -exit";
-    struct Case {
-        const char* Name;
-        std::string CommandLine;
-        std::string Message;
-    } cases[] = {
-        {"no -exit", withoutExit, "dvd2avirb: the option -exit is missing"},
-        {"-Cs on DGIndex", dgindexWithClip, "DGIndex: the option -Cs is not one this tool knows"},
-        {"unclosed path", "K:\\PROG\\dvd2avidg.exe -OF=[K:\\b] -exit -IF=[K:\\a.m2v", "has no \"]\""},
-        {"field operation out of range", "K:\\PROG\\DGIndex.exe -FO=3 -IF=[K:\\a.m2v] -OF=[K:\\b] -exit",
-         "-FO=3 is out of range"},
-        {"missing video", IndexCommand("DGIndex", "K:\\work dir\\DEMUXED\\002.M2V"), "there is no such file"},
+    const std::string bytes = ReadAll(stream);
+    streams.Folder().Write("cut.m2v", bytes.substr(0, bytes.size() * 2 / 3));
+    const std::string rb = IndexCommand("dvd2avirb");
+    const std::string dg = IndexCommand("DGIndex");
+    // Name, command line, stream, what the tool's message says.
+    const struct { const char* Name; std::string CommandLine, Stream, Message; } cases[] = {
+        {"no -exit", rb.substr(0, rb.size() - 6), stream, "-exit is missing"},
+        {"-Cs on DGIndex", dg.substr(0, dg.find(" -YR")) + " -Cs=2" + dg.substr(dg.find(" -YR")), stream, "-Cs is not"},
+        {"unclosed path", "K:\\PROG\\dvd2avidg.exe -OF=[K:\\b] -exit -IF=[K:\\a.m2v", stream, "has no \"]\""},
+        {"field operation out of range", "K:\\PROG\\DGIndex.exe -FO=3 -IF=[K:\\a.m2v] -OF=[K:\\b] -exit", stream,
+         "-FO=3"},
+        {"missing video", IndexCommand("DGIndex", "K:\\work dir\\DEMUXED\\002.M2V"), stream, "there is no such file"},
+        {"cut inside a picture", dg, streams.Host("cut.m2v"), "001.M2V\" at offset "},
     };
-    for (const Case& c : cases) {
-        IndexFixture f(stream);
+    for (const auto& c : cases) {
+        IndexFixture f(c.Stream);
         EXPECT_EQ(f.Run(c.CommandLine), 1) << c.Name;
         EXPECT_NE(f.output.find(c.Message), std::string::npos) << c.Name << ": " << f.output;
         EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.d2v")) << c.Name;
         EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.log")) << c.Name;
     }
 
-    // A stream cut inside a picture: the tool says where, and leaves nothing.
-    const std::string bytes = IndexFixture::ReadAll(stream);
-    streams.Folder().Write("cut.m2v", bytes.substr(0, bytes.size() * 2 / 3));
-    {
-        IndexFixture f(streams.Host("cut.m2v"));
-        EXPECT_EQ(f.Run(IndexCommand("DGIndex")), 1);
-        EXPECT_NE(f.output.find("001.M2V\" at offset "), std::string::npos) << f.output;
-        EXPECT_NE(f.output.find("cut short"), std::string::npos) << f.output;
-        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.d2v"));
-    }
-
     // Asked to die mid-run: half a project file without its end, and no log.
-    {
-        IndexFixture f(stream);
-        f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "dvd2avirb=partial");
-        EXPECT_EQ(f.Run(IndexCommand("dvd2avirb")), 1);
-        ASSERT_TRUE(f.temp.Exists("work dir/FRAMESERVING/001.d2v"));
-        EXPECT_EQ(f.Project().find(" ff"), std::string::npos);
-        EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.log"));
-        EXPECT_TRUE(f.ServeScript().ErrorClip);
-    }
+    IndexFixture f(stream);
+    f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "dvd2avirb=partial");
+    EXPECT_EQ(f.Run(rb), 1);
+    ASSERT_TRUE(f.temp.Exists("work dir/FRAMESERVING/001.d2v"));
+    EXPECT_EQ(f.Project().find(" ff"), std::string::npos);
+    EXPECT_FALSE(f.temp.Exists("work dir/FRAMESERVING/001.log"));
+    EXPECT_TRUE(f.ServeScript().ErrorClip);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-// Byte streams held in memory for the demultiplexer's tests: a reader that
-// hands out its bytes in chunks of a chosen size, a writer, and split
-// targets that keep every output's bytes.
+// Byte streams in memory for the demultiplexer's tests: a reader in chunks of a
+// chosen size, a writer, and split targets that keep every output's bytes.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -52,14 +52,12 @@ public:
         std::copy(bytes.begin(), bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
     }
     std::uint64_t Size() const override { return bytes_.size(); }
-    void Close() override { closed_ = true; }
+    void Close() override {}
     const std::string& Name() const override { return name_; }
-    bool Closed() const { return closed_; }
 
 private:
     Bytes& bytes_;
     std::string name_;
-    bool closed_ = false;
 };
 
 // Keeps each output's bytes; counts how often an output was opened.
@@ -74,5 +72,23 @@ public:
     std::map<SplitOutput, Bytes> Files;
     std::map<SplitOutput, int> Opens;
 };
+
+inline SplitRequest Request(SplitMode mode, std::initializer_list<std::uint8_t> streams, bool packs = false) {
+    SplitRequest request;
+    request.Mode = mode;
+    for (const auto stream : streams) request.Streams.set(stream);
+    request.WritePacks = packs;
+    return request;
+}
+
+// Splits the bytes as the file "K:\T.VOB"; `kept` receives the result also when the split throws.
+inline SplitResult Split(const Bytes& bytes, const SplitRequest& request, MemoryTargets& targets,
+                         SplitResult* kept = nullptr) {
+    MemoryReader reader(bytes, "K:\\T.VOB");
+    SplitResult local;
+    SplitResult& result = kept != nullptr ? *kept : local;
+    SplitVob(reader, request, targets, result);
+    return result;
+}
 
 }  // namespace kestrova::test

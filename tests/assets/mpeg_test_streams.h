@@ -1,6 +1,6 @@
 // Real MPEG video elementary streams for the tests, made once per test
-// program by ffmpeg in a temporary folder (drive K:), with what ffprobe
-// reports of them, and small byte helpers to cut and damage them.
+// program by ffmpeg in a temporary folder (drive K:), what ffprobe reports
+// of them, and byte helpers to find start codes and make soft telecine.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,21 +16,13 @@
 
 namespace kestrova::test {
 
-// What ffprobe says of one frame, in display order.
-struct ProbedFrame {
-    std::string Type;  // "I", "P", "B"
-    bool Interlaced = false;
-    bool TopFieldFirst = false;
-    int RepeatPict = 0;
-};
-
 inline std::string CaptureCommand(const std::string& command) {
     std::string output;
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
     char chunk[4096];
-    std::size_t got = 0;
-    while ((got = std::fread(chunk, 1, sizeof chunk, pipe.get())) > 0) output.append(chunk, got);
+    for (std::size_t got = 0; pipe && (got = std::fread(chunk, 1, sizeof chunk, pipe.get())) > 0;) {
+        output.append(chunk, got);
+    }
     return output;
 }
 
@@ -40,42 +32,35 @@ inline bool HaveFfmpeg() {
     return have;
 }
 
-// "key=value|key=value" fields of one line of ffprobe's compact output.
-inline std::map<std::string, std::string> CompactFields(const std::string& line) {
-    std::map<std::string, std::string> fields;
-    std::size_t start = 0;
-    while (start <= line.size()) {
-        std::size_t end = line.find('|', start);
-        if (end == std::string::npos) end = line.size();
-        const std::string field = line.substr(start, end - start);
-        if (const std::size_t equals = field.find('='); equals != std::string::npos) {
-            fields[field.substr(0, equals)] = field.substr(equals + 1);
-        }
-        start = end + 1;
-    }
-    return fields;
-}
+// What ffprobe says of one frame, in display order.
+struct ProbedFrame {
+    std::string Type;  // "I", "P", "B"
+    bool Interlaced = false;
+    bool TopFieldFirst = false;
+    int RepeatPict = 0;
+};
 
 inline std::vector<ProbedFrame> ProbeFrames(const std::string& hostPath) {
     const std::string output = CaptureCommand(
         "ffprobe -v error -select_streams v:0 -show_entries frame=pict_type,interlaced_frame,top_field_first,"
         "repeat_pict -of compact '" + hostPath + "'");
     std::vector<ProbedFrame> frames;
-    std::size_t start = 0;
-    while (start < output.size()) {
-        std::size_t end = output.find('\n', start);
-        if (end == std::string::npos) end = output.size();
-        auto fields = CompactFields(output.substr(start, end - start));
-        start = end + 1;
-        if (fields.count("pict_type") == 0) continue;
-        frames.push_back({fields["pict_type"], fields["interlaced_frame"] == "1", fields["top_field_first"] == "1",
-                          std::atoi(fields["repeat_pict"].c_str())});
+    for (std::size_t start = 0, end; start < output.size(); start = end + 1) {
+        end = std::min(output.find('\n', start), output.size());
+        const std::string line = "|" + output.substr(start, end - start) + "|";
+        auto field = [&line](const std::string& key) {
+            const std::size_t at = line.find("|" + key + "=");
+            return at == std::string::npos ? "" : line.substr(at + key.size() + 2,
+                                                              line.find('|', at + 1) - at - key.size() - 2);
+        };
+        if (field("pict_type").empty()) continue;
+        frames.push_back({field("pict_type"), field("interlaced_frame") == "1", field("top_field_first") == "1",
+                          std::atoi(field("repeat_pict").c_str())});
     }
     return frames;
 }
 
-// The streams every test of the program shares. Names are host file names
-// in Folder().
+// The streams every test of the program shares, as host paths in Folder().
 class MpegTestStreams {
 public:
     static MpegTestStreams& Get() {
@@ -86,11 +71,11 @@ public:
     const TempFolder& Folder() const { return folder_; }
     std::string Host(const std::string& name) const { return folder_.Host(name); }
 
-    // Makes the stream once: ffmpeg over the test source with these options.
-    // Fails the test (returns "") when ffmpeg cannot make it.
+    // ffmpeg over a test source with these options, once; "" and a failure when it cannot.
     std::string Make(const std::string& name, const std::string& options) {
         if (made_.count(name) != 0) return made_[name];
-        const std::string command = "ffmpeg -nostdin -loglevel error -y " + options + " '" + Host(name) + "'";
+        const std::string command = "ffmpeg -nostdin -loglevel error -y -f lavfi -i testsrc=" + options + " '" +
+                                    Host(name) + "'";
         if (std::system(command.c_str()) != 0) {
             ADD_FAILURE() << "ffmpeg could not make " << name << ": " << command;
             return "";
@@ -98,31 +83,25 @@ public:
         return made_[name] = Host(name);
     }
 
-    // 37 progressive PAL frames, a group every 12, two B pictures between
-    // the references.
+    // 37 PAL frames, a group every 12, two B pictures between the references.
     std::string Progressive25() {
-        return Make("p25.m2v", "-f lavfi -i testsrc=size=720x576:rate=25 -frames:v 37 -c:v mpeg2video -g 12 -bf 2 "
-                               "-f mpeg2video");
+        return Make("p25.m2v", "size=720x576:rate=25 -frames:v 37 -c:v mpeg2video -g 12 -bf 2 -f mpeg2video");
     }
-    // The same, coded interlaced with the top field first.
     std::string InterlacedTff25() {
-        return Make("i25.m2v", "-f lavfi -i testsrc=size=720x576:rate=25 -frames:v 37 -c:v mpeg2video -g 12 -bf 2 "
-                               "-flags +ilme+ildct -top 1 -f mpeg2video");
+        return Make("i25.m2v", "size=720x576:rate=25 -frames:v 37 -c:v mpeg2video -g 12 -bf 2 -flags +ilme+ildct "
+                               "-top 1 -f mpeg2video");
     }
     // One NTSC frame: a still menu.
     std::string Still() {
-        return Make("still.m2v", "-f lavfi -i testsrc=size=720x480:rate=30000/1001 -frames:v 1 -c:v mpeg2video "
-                                 "-f mpeg2video");
+        return Make("still.m2v", "size=720x480:rate=30000/1001 -frames:v 1 -c:v mpeg2video -f mpeg2video");
     }
-    // 37 progressive film frames without B pictures, so that decode order is
-    // display order (the telecine patch of the tests relies on it).
+    // 37 film frames without B pictures: decode order is display order, as SoftTelecine needs.
     std::string Film() {
-        return Make("film.m2v", "-f lavfi -i testsrc=size=720x480:rate=24000/1001 -frames:v 37 -c:v mpeg2video "
-                                "-g 15 -bf 0 -f mpeg2video");
+        return Make("film.m2v", "size=720x480:rate=24000/1001 -frames:v 37 -c:v mpeg2video -g 15 -bf 0 "
+                                "-f mpeg2video");
     }
     std::string Mpeg1() {
-        return Make("mpeg1.m1v", "-f lavfi -i testsrc=size=352x288:rate=25 -frames:v 10 -c:v mpeg1video -g 5 -bf 1 "
-                                 "-f mpeg1video");
+        return Make("mpeg1.m1v", "size=352x288:rate=25 -frames:v 10 -c:v mpeg1video -g 5 -bf 1 -f mpeg1video");
     }
 
 private:
@@ -130,8 +109,8 @@ private:
     std::map<std::string, std::string> made_;
 };
 
-#define KESTROVA_REQUIRE_FFMPEG()                                            \
-    do {                                                                     \
+#define KESTROVA_REQUIRE_FFMPEG()                                                                  \
+    do {                                                                                           \
         if (!::kestrova::test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg and ffprobe are not installed"; \
     } while (false)
 
@@ -146,8 +125,7 @@ inline std::vector<std::size_t> StartCodeOffsets(const std::string& bytes, unsig
     return offsets;
 }
 
-// Offsets of the extensions with the given identifier (00 00 01 B5, id in
-// the high four bits of the next byte).
+// Offsets of the extensions (00 00 01 B5) whose identifier, the next byte's high four bits, is `id`.
 inline std::vector<std::size_t> ExtensionOffsets(const std::string& bytes, unsigned id) {
     std::vector<std::size_t> offsets;
     for (const std::size_t at : StartCodeOffsets(bytes, 0xB5)) {
@@ -156,10 +134,8 @@ inline std::vector<std::size_t> ExtensionOffsets(const std::string& bytes, unsig
     return offsets;
 }
 
-// Turns a progressive film stream without B pictures into soft telecine as
-// DVDs carry it: 29.97 frames a second in the sequence header, an
-// interlaced sequence, and the 3:2 pattern of top-field-first and
-// repeat-first-field flags on progressive frames (TFF+RFF, none, RFF, TFF).
+// A progressive film stream without B pictures made soft telecine as DVDs carry it: 29.97 frames a
+// second, an interlaced sequence, and the 3:2 pattern TFF+RFF, none, RFF, TFF on progressive frames.
 inline std::string SoftTelecine(std::string bytes) {
     for (const std::size_t at : StartCodeOffsets(bytes, 0xB3)) {
         bytes[at + 7] = static_cast<char>((static_cast<unsigned char>(bytes[at + 7]) & 0xF0) | 4);  // 30000/1001

@@ -18,8 +18,6 @@ namespace {
 
 using test::Bytes;
 
-const char* const kName = "K:\\JOB\\VIDEO_TS.VOB";
-
 Bytes MenuVob() {
     std::ifstream in(test::FixtureDisc("pal-vmg-buttons") + "/VIDEO_TS.VOB", std::ios::binary);
     Bytes bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -27,50 +25,36 @@ Bytes MenuVob() {
     return bytes;
 }
 
-// What a pass over the packs sees, for comparing two passes.
-std::vector<std::string> PackLines(platform::ByteReader& input, std::size_t block) {
-    ProgramStreamReader reader(input, block);
-    std::vector<std::string> lines;
-    while (const Pack* pack = reader.Next()) {
-        std::string line = std::to_string(pack->Offset) + " kind " + std::to_string(static_cast<int>(pack->Kind)) +
-                           " packets " + std::to_string(pack->Packets.size());
-        if (pack->HasNav) {
-            line += " vob " + std::to_string(pack->Nav.VobId) + " cell " + std::to_string(pack->Nav.CellId);
-        }
-        for (const PesPacket& packet : pack->Packets) {
-            line += " " + StreamHex(packet.Stream) + "@" + std::to_string(packet.Pts);
-        }
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-SplitRequest CellsWithPacks() {
-    SplitRequest request;
-    request.Mode = SplitMode::ByCell;
-    request.Streams.set(0xE0).set(0xC0).set(0x20);
-    request.WritePacks = true;
-    return request;
-}
+const SplitRequest kCellsWithPacks = test::Request(SplitMode::ByCell, {0xE0, 0xC0, 0x20}, true);
 
 std::map<SplitOutput, Bytes> SplitAll(const Bytes& vob) {
-    test::MemoryReader reader(vob, kName);
-    const SplitRequest request = CellsWithPacks();
     test::MemoryTargets targets;
-    SplitResult result;
-    SplitVob(reader, request, targets, result);
+    test::Split(vob, kCellsWithPacks, targets);
     return targets.Files;
 }
 
 TEST(ProgramStream, ReadsAMenuVobTheSameWhateverTheReadSizes) {
     const Bytes vob = MenuVob();
-    test::MemoryReader whole(vob, kName);
-    const auto expected = PackLines(whole, 1 << 20);
+    // What a pass over the packs sees, for comparing passes.
+    const auto packLines = [&vob](std::size_t chunk, std::size_t block) {
+        test::MemoryReader input(vob, "K:\\T.VOB", chunk);
+        ProgramStreamReader reader(input, block);
+        std::vector<std::string> lines;
+        while (const Pack* pack = reader.Next()) {
+            std::string line = std::to_string(pack->Offset) + " kind " + std::to_string(static_cast<int>(pack->Kind));
+            if (pack->HasNav) line += "@" + std::to_string(pack->Nav.VobId) + "/" + std::to_string(pack->Nav.CellId);
+            for (const PesPacket& packet : pack->Packets) {
+                line += " " + StreamHex(packet.Stream) + "@" + std::to_string(packet.Pts);
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    };
+    const auto expected = packLines(0, 1 << 20);
     ASSERT_EQ(expected.size(), vob.size() / kPackSize);
-    EXPECT_NE(expected.front().find("vob 1 cell 1"), std::string::npos) << expected.front();
+    EXPECT_NE(expected.front().find("@1/1"), std::string::npos) << expected.front();
     for (const auto& [chunk, block] : {std::pair<std::size_t, std::size_t>{1, 2048}, {2047, 3000}, {5000, 2048}}) {
-        test::MemoryReader pieces(vob, kName, chunk);
-        EXPECT_EQ(PackLines(pieces, block), expected) << "chunk " << chunk << " block " << block;
+        EXPECT_EQ(packLines(chunk, block), expected) << "chunk " << chunk << " block " << block;
     }
 
     // An MPEG program end code may close the stream or stand between two streams joined.
@@ -87,48 +71,40 @@ TEST(ProgramStream, DamageIsAnErrorNamingTheFileAndOffsetAndTheWholePacksBeforeI
     const std::size_t packet = videoPack + 14 + (vob[videoPack + 13] & 0x07);
     ASSERT_EQ(vob[packet + 3], 0xE0);
 
-    struct Case {
+    // Name, damage, the offset the error names, the whole packs before the fault, words that tell the fault.
+    const struct {
         const char* Name;
         std::function<void(Bytes&)> Damage;
-        std::size_t Offset;    // where the error must point
-        std::size_t KeptPacks; // whole packs before the fault
+        std::size_t Offset, KeptPacks;
         const char* Words;
-    };
-    const std::vector<Case> cases = {
-        {"cut inside a pack", [](Bytes& b) { b.resize(10 * kPackSize + 1000); }, 10 * kPackSize, 10,
-         "ends inside a pack, after 1000 of its 2048 bytes"},
-        {"no pack start code", [](Bytes& b) { b[5 * kPackSize + 3] = 0xBB; }, 5 * kPackSize, 5,
-         "expected a pack start code 00 00 01 BA, found 00 00 01 BB"},
-        {"MPEG-1 pack header", [](Bytes& b) { b[3 * kPackSize + 4] = 0x21; }, 3 * kPackSize + 4, 3,
-         "not an MPEG-2 pack header"},
-        {"packet longer than its pack", [&](Bytes& b) { b[packet + 4] = 0x08; }, packet, 1,
-         "the packet of stream E0 runs"},
-        {"garbled packet start code", [&](Bytes& b) { b[packet + 2] = 0x02; }, packet, 1,
-         "expected a packet start code 00 00 01, found 00 00 02"},
+    } cases[] = {
+        {"cut inside a pack", [](Bytes& b) { b.resize(10 * kPackSize + 1000); }, 10 * kPackSize, 10, "inside a pack"},
+        {"no pack start code", [](Bytes& b) { b[5 * kPackSize + 3] = 0xBB; }, 5 * kPackSize, 5, "found 00 00 01 BB"},
+        {"MPEG-1 pack header", [](Bytes& b) { b[3 * kPackSize + 4] = 0x21; }, 3 * kPackSize + 4, 3, "MPEG-2"},
+        {"packet longer than its pack", [&](Bytes& b) { b[packet + 4] = 0x08; }, packet, 1, "stream E0 runs"},
+        {"garbled packet start code", [&](Bytes& b) { b[packet + 2] = 0x02; }, packet, 1, "found 00 00 02"},
         {"PES header past its packet", [&](Bytes& b) { b[packet + 4] = 0x00; b[packet + 5] = 0x03; }, packet + 8, 1,
-         "the PES header of stream E0 claims"},
+         "PES header"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Name);
         Bytes damaged = vob;
         c.Damage(damaged);
-        test::MemoryReader reader(damaged, kName);
-        const SplitRequest request = CellsWithPacks();
         test::MemoryTargets targets;
         SplitResult result;
         try {
-            SplitVob(reader, request, targets, result);
-            ADD_FAILURE() << c.Name << ": no error";
+            test::Split(damaged, kCellsWithPacks, targets, &result);
+            ADD_FAILURE() << "no error";
             continue;
         } catch (const Error& error) {
             const std::string text = error.what();
-            EXPECT_NE(text.find(std::string("\"") + kName + "\" at byte " + std::to_string(c.Offset) + " "),
-                      std::string::npos) << c.Name << ": " << text;
-            EXPECT_NE(text.find(c.Words), std::string::npos) << c.Name << ": " << text;
+            EXPECT_NE(text.find("\"K:\\T.VOB\" at byte " + std::to_string(c.Offset) + " "), std::string::npos) << text;
+            EXPECT_NE(text.find(c.Words), std::string::npos) << text;
         }
-        EXPECT_EQ(result.Packs, c.KeptPacks) << c.Name;
+        EXPECT_EQ(result.Packs, c.KeptPacks);
         // The outputs hold exactly what a clean split of the whole packs before the fault gives.
-        const Bytes before(vob.begin(), vob.begin() + static_cast<std::ptrdiff_t>(c.KeptPacks * kPackSize));
-        EXPECT_EQ(targets.Files, SplitAll(before)) << c.Name;
+        const auto kept = static_cast<std::ptrdiff_t>(c.KeptPacks * kPackSize);
+        EXPECT_EQ(targets.Files, SplitAll(Bytes(vob.begin(), vob.begin() + kept)));
     }
 }
 

@@ -18,15 +18,10 @@ using test::MpegTestStreams;
 
 std::string ReadHostFile(const std::string& name) { return MpegTestStreams::Get().Folder().Read(name); }
 
-std::span<const std::uint8_t> Bytes(const std::string& text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-// Hands out the stream a few bytes at a time, so that start codes and
-// headers straddle the reads.
+// Hands out the stream 1 to 7 bytes at a time, so that start codes and headers straddle the reads.
 class TrickleReader : public VideoByteReader {
 public:
-    TrickleReader(std::string name, const std::string& bytes) : name_(std::move(name)), bytes_(bytes) {}
+    explicit TrickleReader(const std::string& bytes) : bytes_(bytes) {}
     const std::string& Name() const override { return name_; }
     std::size_t Read(std::span<std::uint8_t> buffer) override {
         const std::size_t count = std::min({buffer.size(), bytes_.size() - position_, 1 + position_ % 7});
@@ -36,13 +31,13 @@ public:
     }
 
 private:
-    std::string name_;
+    std::string name_ = "trickle.m2v";
     const std::string& bytes_;
     std::size_t position_ = 0;
 };
 
 VideoStream ScanBytes(const std::string& bytes, const std::string& name = "test.m2v") {
-    MemoryVideoReader reader(name, Bytes(bytes));
+    MemoryVideoReader reader(name, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     return ScanVideoStream(reader);
 }
 
@@ -62,9 +57,9 @@ std::string DisplayTypes(const VideoStream& stream) {
     return types;
 }
 
-std::string ProbedTypes(const std::vector<test::ProbedFrame>& frames) {
+std::string ProbedTypes(const std::string& path) {
     std::string types;
-    for (const auto& frame : frames) types += frame.Type;
+    for (const auto& frame : test::ProbeFrames(path)) types += frame.Type;
     return types;
 }
 
@@ -74,7 +69,6 @@ TEST(VideoStream, ProgressivePalStreamMatchesWhatFfmpegWroteAndFfprobeReads) {
     const VideoStream stream = ScanVideoStreamFile(path);
     const std::string bytes = ReadHostFile("p25.m2v");
 
-    EXPECT_EQ(stream.Name, path);
     EXPECT_EQ(stream.Size, bytes.size());
     EXPECT_TRUE(stream.Sequence.Mpeg2);
     EXPECT_FALSE(stream.SequenceEnd);  // ffmpeg writes no sequence end code
@@ -82,25 +76,17 @@ TEST(VideoStream, ProgressivePalStreamMatchesWhatFfmpegWroteAndFfprobeReads) {
     EXPECT_EQ(stream.Sequence.Width, 720);
     EXPECT_EQ(stream.Sequence.Height, 576);
     EXPECT_EQ(SequenceFrameRate(stream.Sequence), (platform::FrameRate{25, 1}));
-    EXPECT_EQ(stream.Sequence.ChromaFormat, 1);
-
-    // 37 frames, an I picture every 12 in display order, B pictures between.
     EXPECT_EQ(stream.Counts.Frames, 37);
-    EXPECT_EQ(stream.Counts.IFrames, 4);
-    EXPECT_EQ(stream.Counts.IFrames + stream.Counts.PFrames + stream.Counts.BFrames, 37);
-    EXPECT_GT(stream.Counts.BFrames, 0);
+    EXPECT_EQ(stream.Counts.IFrames, 4);  // one every 12 in display order
     EXPECT_EQ(stream.Counts.ProgressiveFrames, 37);
     EXPECT_EQ(stream.Counts.RepeatFirstFieldFrames, 0);
-    EXPECT_EQ(stream.Counts.FieldPairs, 0);
-    EXPECT_EQ(DisplayTypes(stream), ProbedTypes(test::ProbeFrames(path)));
-
+    EXPECT_EQ(DisplayTypes(stream), ProbedTypes(path));
     // Decode order differs from display order once B pictures follow their reference.
     std::string decodeTypes;
     for (const VideoPicture& picture : stream.Pictures) decodeTypes += PictureTypeName(picture.Type);
     EXPECT_NE(decodeTypes, DisplayTypes(stream));
 
-    // Groups: each begins with an I picture in decode order, they cover every
-    // picture once, and each offset is a sequence header or group header.
+    // Groups begin with an I picture, cover every picture once, and start at a sequence or group header.
     ASSERT_EQ(stream.Groups.size(), 4u);
     EXPECT_EQ(stream.Counts.Groups, 4);
     EXPECT_TRUE(stream.Groups.front().ClosedGop);
@@ -111,56 +97,53 @@ TEST(VideoStream, ProgressivePalStreamMatchesWhatFfmpegWroteAndFfprobeReads) {
         EXPECT_EQ(group.FirstPicture, next);
         next += group.PictureCount;
         EXPECT_EQ(stream.Pictures[group.FirstPicture].Type, PictureCodingType::I);
-        ASSERT_LT(group.HeaderOffset + 3, bytes.size());
         EXPECT_EQ(bytes.substr(group.HeaderOffset, 4), std::string("\0\0\1\xB8", 4));
         const unsigned char code = static_cast<unsigned char>(bytes[group.Offset + 3]);
         EXPECT_TRUE(code == 0xB3 || code == 0xB8) << group.Offset;
         EXPECT_LE(group.Offset, group.HeaderOffset);
-        for (std::size_t i = 0; i < group.PictureCount; ++i) {
-            const VideoPicture& picture = stream.Pictures[group.FirstPicture + i];
-            EXPECT_EQ(picture.Group, static_cast<std::size_t>(&group - stream.Groups.data()));
-            EXPECT_GT(picture.Offset, group.HeaderOffset);
-            EXPECT_EQ(bytes.substr(picture.Offset, 4), std::string("\0\0\1\0", 4));
+        for (std::size_t i = group.FirstPicture; i < group.FirstPicture + group.PictureCount; ++i) {
+            EXPECT_EQ(stream.Pictures[i].Group, static_cast<std::size_t>(&group - stream.Groups.data()));
+            EXPECT_EQ(bytes.substr(stream.Pictures[i].Offset, 4), std::string("\0\0\1\0", 4));
+        }
+        // The time codes run on from group to group.
+        if (&group != &stream.Groups.front()) {
+            const GroupTimeCode& a = (&group - 1)->TimeCode;
+            EXPECT_GT(group.TimeCode.Seconds * 25 + group.TimeCode.Pictures, a.Seconds * 25 + a.Pictures);
         }
     }
     EXPECT_EQ(next, stream.Pictures.size());
-    // The time codes run on from group to group.
-    auto pictureTime = [](const GroupTimeCode& time) { return time.Seconds * 25 + time.Pictures; };
-    for (std::size_t i = 1; i < stream.Groups.size(); ++i) {
-        EXPECT_EQ(stream.Groups[i].TimeCode.Minutes, 0);
-        EXPECT_GT(pictureTime(stream.Groups[i].TimeCode), pictureTime(stream.Groups[i - 1].TimeCode));
+
+    // Read a few bytes at a time, the same pictures and groups come out.
+    TrickleReader reader(bytes);
+    const VideoStream pieces = ScanVideoStream(reader);
+    ASSERT_EQ(pieces.Pictures.size(), stream.Pictures.size());
+    for (std::size_t i = 0; i < stream.Pictures.size(); ++i) {
+        EXPECT_EQ(pieces.Pictures[i].Offset, stream.Pictures[i].Offset);
+        EXPECT_EQ(pieces.Pictures[i].TemporalReference, stream.Pictures[i].TemporalReference);
     }
+    ASSERT_EQ(pieces.Groups.size(), stream.Groups.size());
+    for (std::size_t i = 0; i < stream.Groups.size(); ++i) EXPECT_EQ(pieces.Groups[i].Offset, stream.Groups[i].Offset);
 }
 
-TEST(VideoStream, InterlacedStreamCarriesTopFieldFirstOnEveryFrame) {
+TEST(VideoStream, InterlacedStillFilmAndMpeg1Streams) {
     KESTROVA_REQUIRE_FFMPEG();
-    const std::string path = MpegTestStreams::Get().InterlacedTff25();
-    const VideoStream stream = ScanVideoStreamFile(path);
-    EXPECT_FALSE(stream.Sequence.ProgressiveSequence);
-    EXPECT_EQ(stream.Counts.Frames, 37);
-    EXPECT_EQ(stream.Counts.ProgressiveFrames, 0);
-    EXPECT_EQ(stream.Counts.TopFieldFirstFrames, 37);
-    const auto probed = test::ProbeFrames(path);
-    ASSERT_EQ(probed.size(), 37u);
-    const std::vector<std::size_t> order = DisplayOrder(stream);
+    auto& streams = MpegTestStreams::Get();
+    const VideoStream interlaced = ScanVideoStreamFile(streams.InterlacedTff25());
+    EXPECT_FALSE(interlaced.Sequence.ProgressiveSequence);
+    EXPECT_EQ(interlaced.Counts.TopFieldFirstFrames, 37);
+    const auto probed = test::ProbeFrames(streams.InterlacedTff25());
+    const std::vector<std::size_t> order = DisplayOrder(interlaced);
+    ASSERT_EQ(order.size(), probed.size());
     for (std::size_t i = 0; i < order.size(); ++i) {
-        const VideoPicture& picture = stream.Pictures[order[i]];
+        const VideoPicture& picture = interlaced.Pictures[order[i]];
         EXPECT_EQ(!picture.ProgressiveFrame, probed[i].Interlaced) << i;
         EXPECT_EQ(picture.TopFieldFirst, probed[i].TopFieldFirst) << i;
         EXPECT_EQ(picture.Structure, PictureStructure::Frame);
     }
-}
-
-TEST(VideoStream, StillFilmAndMpeg1Streams) {
-    KESTROVA_REQUIRE_FFMPEG();
-    auto& streams = MpegTestStreams::Get();
 
     const VideoStream still = ScanVideoStreamFile(streams.Still());
     EXPECT_EQ(still.Counts.Frames, 1);
-    EXPECT_EQ(still.Counts.IFrames, 1);
     EXPECT_EQ(still.Groups.size(), 1u);
-    EXPECT_EQ(still.Sequence.Width, 720);
-    EXPECT_EQ(still.Sequence.Height, 480);
     EXPECT_EQ(SequenceFrameRate(still.Sequence), (platform::FrameRate{30000, 1001}));
 
     // Soft telecine: the repeat flags ffprobe sees are the ones scanned.
@@ -168,14 +151,13 @@ TEST(VideoStream, StillFilmAndMpeg1Streams) {
     streams.Folder().Write("telecine.m2v", test::SoftTelecine(ReadHostFile("film.m2v")));
     const VideoStream telecine = ScanVideoStreamFile(streams.Host("telecine.m2v"));
     EXPECT_EQ(SequenceFrameRate(telecine.Sequence), (platform::FrameRate{30000, 1001}));
-    EXPECT_FALSE(telecine.Sequence.ProgressiveSequence);
-    const auto probed = test::ProbeFrames(streams.Host("telecine.m2v"));
-    ASSERT_EQ(probed.size(), telecine.Pictures.size());
+    const auto film = test::ProbeFrames(streams.Host("telecine.m2v"));
+    ASSERT_EQ(film.size(), telecine.Pictures.size());
     std::int64_t repeats = 0;
-    for (std::size_t i = 0; i < probed.size(); ++i) {
-        EXPECT_EQ(telecine.Pictures[i].RepeatFirstField, probed[i].RepeatPict == 1) << i;
-        EXPECT_EQ(telecine.Pictures[i].TopFieldFirst, probed[i].TopFieldFirst) << i;
-        repeats += probed[i].RepeatPict;
+    for (std::size_t i = 0; i < film.size(); ++i) {
+        EXPECT_EQ(telecine.Pictures[i].RepeatFirstField, film[i].RepeatPict == 1) << i;
+        EXPECT_EQ(telecine.Pictures[i].TopFieldFirst, film[i].TopFieldFirst) << i;
+        repeats += film[i].RepeatPict;
     }
     EXPECT_EQ(telecine.Counts.RepeatFirstFieldFrames, repeats);
     EXPECT_EQ(telecine.Counts.ProgressiveFrames, 37);
@@ -183,27 +165,8 @@ TEST(VideoStream, StillFilmAndMpeg1Streams) {
     const VideoStream mpeg1 = ScanVideoStreamFile(streams.Mpeg1());
     EXPECT_FALSE(mpeg1.Sequence.Mpeg2);
     EXPECT_EQ(mpeg1.Sequence.Width, 352);
-    EXPECT_EQ(mpeg1.Sequence.Height, 288);
-    EXPECT_EQ(mpeg1.Counts.Frames, 10);
     EXPECT_EQ(mpeg1.Counts.ProgressiveFrames, 10);
-    EXPECT_EQ(DisplayTypes(mpeg1), ProbedTypes(test::ProbeFrames(streams.Mpeg1())));
-}
-
-TEST(VideoStream, ReadsInSmallPiecesGiveTheSameResult) {
-    KESTROVA_REQUIRE_FFMPEG();
-    MpegTestStreams::Get().Progressive25();
-    const std::string bytes = ReadHostFile("p25.m2v");
-    const VideoStream whole = ScanBytes(bytes);
-    TrickleReader reader("trickle.m2v", bytes);
-    const VideoStream pieces = ScanVideoStream(reader);
-    ASSERT_EQ(pieces.Pictures.size(), whole.Pictures.size());
-    for (std::size_t i = 0; i < whole.Pictures.size(); ++i) {
-        EXPECT_EQ(pieces.Pictures[i].Offset, whole.Pictures[i].Offset);
-        EXPECT_EQ(pieces.Pictures[i].TemporalReference, whole.Pictures[i].TemporalReference);
-    }
-    ASSERT_EQ(pieces.Groups.size(), whole.Groups.size());
-    for (std::size_t i = 0; i < whole.Groups.size(); ++i) EXPECT_EQ(pieces.Groups[i].Offset, whole.Groups[i].Offset);
-    EXPECT_EQ(pieces.Size, whole.Size);
+    EXPECT_EQ(DisplayTypes(mpeg1), ProbedTypes(streams.Mpeg1()));
 }
 
 // A hand-made MPEG-2 stream of 16x32 pictures (one macroblock row a field)
@@ -226,9 +189,7 @@ struct FieldStreamBuilder {
         if (type == 3) header |= 0x7u << 3;
         for (int shift = 32; shift >= 0; shift -= 8) bytes += static_cast<char>((header >> shift) & 0xFF);
         Code(0xB5);  // picture coding extension: f_codes unused, the structure, no flags
-        bytes += std::string("\x8F\xFF", 2);
-        bytes += static_cast<char>(0xF0 | structure);
-        bytes += std::string("\x00\x00", 2);
+        bytes += std::string("\x8F\xFF", 2) + static_cast<char>(0xF0 | structure) + std::string("\x00\x00", 2);
         Code(0x01);
         bytes += std::string("\x12\x34", 2);
     }
@@ -254,7 +215,6 @@ TEST(VideoStream, FieldPicturesPairIntoFramesAndStreamsWithoutGroupHeadersGroupA
     EXPECT_EQ(stream.Pictures[0].SecondFieldType, PictureCodingType::P);
     EXPECT_TRUE(stream.Pictures[2].TopFieldFirst);
     EXPECT_EQ(stream.Counts.TopFieldFirstFrames, 2);
-    EXPECT_EQ(stream.Counts.ProgressiveFrames, 0);
     ASSERT_EQ(stream.Groups.size(), 2u);
     EXPECT_FALSE(stream.Groups[0].HasHeader);
     EXPECT_EQ(stream.Groups[0].PictureCount, 2u);
@@ -265,8 +225,8 @@ TEST(VideoStream, FieldPicturesPairIntoFramesAndStreamsWithoutGroupHeadersGroupA
     FieldStreamBuilder lone;
     lone.Sequence();
     lone.Field(1, 1);
-    const std::string loneError = ScanError(lone.bytes);
-    EXPECT_NE(loneError.find("at offset 22: the stream ends after the first field"), std::string::npos) << loneError;
+    EXPECT_NE(ScanError(lone.bytes).find("at offset 22: the stream ends after the first field"), std::string::npos)
+        << ScanError(lone.bytes);
     lone.Field(2, 1);
     EXPECT_NE(ScanError(lone.bytes).find("same parity"), std::string::npos) << ScanError(lone.bytes);
 }
@@ -280,28 +240,22 @@ TEST(VideoStream, CutAndGarbledStreamsAreRefusedNamingFileAndOffset) {
     ASSERT_GT(pictures.size(), 20u);
     ASSERT_GT(groups.size(), 1u);
     const std::size_t picture = pictures[20];
-    auto with = [&](std::size_t at, const std::string& replacement) {
+    const std::size_t extension = bytes.find(std::string("\0\0\1\xB5", 4), picture);
+    auto with = [&bytes](std::size_t at, unsigned char code) {
         std::string damaged = bytes;
-        damaged.replace(at, replacement.size(), replacement);
+        damaged[at + 3] = static_cast<char>(code);
         return damaged;
     };
-    const std::size_t extension = bytes.find(std::string("\0\0\1\xB5", 4), picture);
-    // The picture coding type sits in bits 10-12 after the picture start code.
-    std::string typeZero = bytes;
+    std::string typeZero = bytes;  // the picture coding type sits in bits 10-12 after the start code
     typeZero[picture + 5] = static_cast<char>(typeZero[picture + 5] & 0xC7);
+    const std::string at = "at offset " + std::to_string(picture) + ": ";
 
-    struct Case {
-        const char* Name;
-        std::string Bytes;
-        std::string Expected;
-    } cases[] = {
+    // Name, bytes, what the message says.
+    const struct { const char* Name; std::string Bytes, Expected; } cases[] = {
         {"empty", "", "at offset 0: the stream is empty"},
-        {"cut in the sequence header", bytes.substr(0, 7),
-         "at offset 0: the sequence header is cut short after 3 bytes"},
-        {"cut inside a picture's slices", bytes.substr(0, picture + 300),
-         "at offset " + std::to_string(picture) + ": the picture's slices reach macroblock row"},
-        {"cut after a picture header", bytes.substr(0, picture + 9),
-         "at offset " + std::to_string(picture) + ": the stream ends after the picture header"},
+        {"cut in the sequence header", bytes.substr(0, 7), "at offset 0: the sequence header is cut short"},
+        {"cut inside a picture's slices", bytes.substr(0, picture + 300), at + "the picture's slices reach"},
+        {"cut after a picture header", bytes.substr(0, picture + 9), at + "the stream ends after the picture header"},
         {"cut after a group header", bytes.substr(0, groups[1] + 8),
          "at offset " + std::to_string(groups[1]) + ": the stream ends after this group header"},
         {"garbage first", "\xFF\xFE" + bytes, "at offset 0: the stream does not begin with a start code"},
@@ -309,24 +263,17 @@ TEST(VideoStream, CutAndGarbledStreamsAreRefusedNamingFileAndOffset) {
         {"a picture after the sequence end",
          bytes.substr(0, picture) + std::string("\0\0\1\xB7", 4) + bytes.substr(picture),
          "at offset " + std::to_string(picture + 4) + ": the start code 0x00 follows the sequence end code"},
-        {"picture type 0", typeZero,
-         "at offset " + std::to_string(picture) + ": the picture header has the picture coding type 0"},
-        {"reserved start code", with(picture, std::string("\0\0\1\xB0", 4)),
-         "at offset " + std::to_string(picture) + ": the start code 0xB0 is reserved"},
-        {"picture start code lost", with(picture, std::string("\0\0\1\x01", 4)),
-         "a picture coding extension does not follow a picture header"},
-        {"group header lost", with(groups[1], std::string("\0\0\1\x01", 4)), "lies outside any picture"},
-        {"no picture coding extension", with(extension, std::string("\0\0\1\xB2", 4)),
-         "at offset " + std::to_string(picture) +
-             ": the picture header is not followed by its picture coding extension"},
+        {"picture type 0", typeZero, at + "the picture header has the picture coding type 0"},
+        {"reserved start code", with(picture, 0xB0), at + "the start code 0xB0 is reserved"},
+        {"picture start code lost", with(picture, 0x01), "a picture coding extension does not follow a picture header"},
+        {"group header lost", with(groups[1], 0x01), "lies outside any picture"},
+        {"no picture coding extension", with(extension, 0xB2), at + "the picture header is not followed by its"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const std::string message = ScanError(c.Bytes);
         EXPECT_NE(message.find("\"damaged.m2v\""), std::string::npos) << c.Name << ": " << message;
         EXPECT_NE(message.find(c.Expected), std::string::npos) << c.Name << ": " << message;
     }
-
-    // A missing file is an Error naming it, too.
     try {
         ScanVideoStreamFile(MpegTestStreams::Get().Host("missing.m2v"));
         ADD_FAILURE() << "a missing file scanned";

@@ -13,24 +13,11 @@ namespace {
 
 using test::Bytes;
 using test::PackBuilder;
+using test::Request;
+using test::Split;
 
 SplitOutput Stream(int vob, int cell, std::uint8_t stream) { return SplitOutput{{vob, cell}, false, stream}; }
 SplitOutput Packs(int vob, int cell) { return SplitOutput{{vob, cell}, true, 0}; }
-
-SplitRequest Request(SplitMode mode, std::initializer_list<std::uint8_t> streams, bool packs = false) {
-    SplitRequest request;
-    request.Mode = mode;
-    for (const auto stream : streams) request.Streams.set(stream);
-    request.WritePacks = packs;
-    return request;
-}
-
-SplitResult Split(const Bytes& stream, const SplitRequest& request, test::MemoryTargets& targets) {
-    test::MemoryReader reader(stream, "K:\\T.VOB");
-    SplitResult result;
-    SplitVob(reader, request, targets, result);
-    return result;
-}
 
 const StreamSummary& Summary(const UnitSummary& unit, std::uint8_t stream) {
     for (const auto& output : unit.Outputs) {
@@ -106,7 +93,7 @@ TEST(VobSplit, LpcmBecomesWavWithSamplesCarriedAcrossPackets) {
         std::uint8_t Format;
         std::vector<Bytes> Payloads;
         Bytes Wav;  // the data chunk
-        int Channels, Rate, Bits;
+        std::uint32_t Channels, Rate, Bits;
     };
     const std::vector<Case> cases = {
         {"16-bit stereo, a sample cut in two", 0x01, {{0x01, 0x02, 0x03}, {0x04, 0x05, 0x06, 0x07, 0x08, 0x09}},
@@ -122,24 +109,24 @@ TEST(VobSplit, LpcmBecomesWavWithSamplesCarriedAcrossPackets) {
         test::MemoryTargets targets;
         Split(test::Join(packs), Request(SplitMode::ByVobId, {0xA0}), targets);
         const Bytes& wav = targets.Files[Stream(1, 0, 0xA0)];
-        ASSERT_EQ(wav.size(), kWavHeaderBytes + c.Wav.size()) << c.Name;
-        EXPECT_EQ(std::string(wav.begin(), wav.begin() + 4), "RIFF") << c.Name;
-        EXPECT_EQ(Little(wav, 4, 4), wav.size() - 8) << c.Name;
-        EXPECT_EQ(Little(wav, 22, 2), static_cast<std::uint32_t>(c.Channels)) << c.Name;
-        EXPECT_EQ(Little(wav, 24, 4), static_cast<std::uint32_t>(c.Rate)) << c.Name;
-        EXPECT_EQ(Little(wav, 34, 2), static_cast<std::uint32_t>(c.Bits)) << c.Name;
-        EXPECT_EQ(Little(wav, 40, 4), c.Wav.size()) << c.Name;
-        EXPECT_EQ(Bytes(wav.begin() + kWavHeaderBytes, wav.end()), c.Wav) << c.Name;
+        SCOPED_TRACE(c.Name);
+        ASSERT_EQ(wav.size(), kWavHeaderBytes + c.Wav.size());
+        EXPECT_EQ(std::string(wav.begin(), wav.begin() + 4), "RIFF");
+        const std::uint32_t header[] = {Little(wav, 4, 4), Little(wav, 22, 2), Little(wav, 24, 4), Little(wav, 34, 2),
+                                        Little(wav, 40, 4)};
+        EXPECT_EQ(std::vector<std::uint32_t>(std::begin(header), std::end(header)),
+                  (std::vector<std::uint32_t>{static_cast<std::uint32_t>(wav.size() - 8), c.Channels, c.Rate, c.Bits,
+                                              static_cast<std::uint32_t>(c.Wav.size())}));
+        EXPECT_EQ(Bytes(wav.begin() + kWavHeaderBytes, wav.end()), c.Wav);
     }
 }
 
 TEST(VobSplit, LpcmFormatsThatNoWavCanHoldAreRefusedNamingTheFile) {
-    const Bytes changing = test::Join({PackBuilder().Nav(1, 1).Bytes(), PackBuilder().Lpcm(0xA0, 0x01, {1, 2}).Bytes(),
+    const Bytes nav = PackBuilder().Nav(1, 1).Bytes();
+    const Bytes changing = test::Join({nav, PackBuilder().Lpcm(0xA0, 0x01, {1, 2}).Bytes(),
                                        PackBuilder().Lpcm(0xA0, 0x00, {3, 4}).Bytes()});
-    const Bytes reserved =
-        test::Join({PackBuilder().Nav(1, 1).Bytes(), PackBuilder().Lpcm(0xA1, 0xC1, {1, 2}).Bytes()});
-    for (const auto& [stream, words] : {std::pair{changing, "changes from 16-bit 48000 Hz 2-channel"},
-                                        std::pair{reserved, "reserved quantisation"}}) {
+    const Bytes reserved = test::Join({nav, PackBuilder().Lpcm(0xA1, 0xC1, {1, 2}).Bytes()});
+    for (const auto& [stream, words] : {std::pair{changing, "changes from"}, std::pair{reserved, "reserved"}}) {
         test::MemoryTargets targets;
         try {
             Split(stream, Request(SplitMode::ByVobId, {0xA0, 0xA1}), targets);

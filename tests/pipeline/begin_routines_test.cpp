@@ -13,33 +13,34 @@ std::string LastMessage(const test::JobFixture& f) {
     return f.questions.History().empty() ? std::string() : f.questions.History().back().Text;
 }
 
+std::uint32_t TrayOption(const test::JobFixture& f) {
+    return f.registry.getdword(RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "DEVICE_EjectTrayRead");
+}
+
 TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
-    struct Case {
+    const std::string noDecrypter = "Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)";
+    const std::string noEncoder = "No Encoder selected / Encoder Path not found or incompatable encoder";
+    const auto none = [](test::PipelineFixture&) {};
+    const struct {
         const char* Name;
         test::ProgramFolderLayout Layout;
         void (*Adjust)(test::PipelineFixture&);
-        const char* Message;
-    };
-    const Case cases[] = {
-        {"no authoring engine", {"3.5.4.0", true, true, false}, [](test::PipelineFixture&) {},
+        std::string Message;
+    } cases[] = {
+        {"no authoring engine", {"3.5.4.0", true, true, false}, none,
          "Scenarist is NOT installed and Muxman is not set for authoring - unable to process"},
-        {"no DVD Decrypter", {"", true, true, true}, [](test::PipelineFixture&) {},
-         "Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)"},
-        {"DVD Decrypter 3.5.0.0", {"3.5.0.0", true, true, true}, [](test::PipelineFixture&) {},
-         "Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)"},
-        {"DVD Decrypter 3.4.9.9", {"3.4.9.9", true, true, true}, [](test::PipelineFixture&) {},
-         "Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)"},
-        {"revpulldown removed", {"3.5.4.0", false, true, true}, [](test::PipelineFixture&) {},
-         "No Encoder selected / Encoder Path not found or incompatable encoder"},
-        {"originals in a conversion", {}, [](test::PipelineFixture& f) { f.job.Options().Conversion = 1; },
-         "No Encoder selected / Encoder Path not found or incompatable encoder"},
+        {"no DVD Decrypter", {"", true, true, true}, none, noDecrypter},
+        {"DVD Decrypter 3.5.0.0", {"3.5.0.0", true, true, true}, none, noDecrypter},
+        {"DVD Decrypter 3.4.9.9", {"3.4.9.9", true, true, true}, none, noDecrypter},
+        {"revpulldown removed", {"3.5.4.0", false, true, true}, none, noEncoder},
+        {"originals in a conversion", {}, [](test::PipelineFixture& f) { f.job.Options().Conversion = 1; }, noEncoder},
         {"encoder path missing", {},
          [](test::PipelineFixture& f) {
              f.job.Options().No_ReEncode = 0;
              f.job.Options().UseHC = 1;
              f.job.Options().HCPath = "K:\\HC\\HC.exe";
          },
-         "No Encoder selected / Encoder Path not found or incompatable encoder"},
+         noEncoder},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
@@ -51,47 +52,37 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
         EXPECT_FALSE(f.job.Completed);
         EXPECT_EQ(f.job.JobRunning, 0);
         EXPECT_FALSE(f.files.Exists("K:\\OUT")) << "a refused job makes nothing";
-        EXPECT_EQ(f.registry.getdword(RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "DEVICE_EjectTrayRead"),
-                  1u);
+        EXPECT_EQ(TrayOption(f), 1u);
     }
-}
 
-TEST(BeginRoutines, SpecificEncoderMessagesComeBeforeTheRefusal) {
-    test::PipelineFixture f;
-    f.job.Options().Conversion = 1;
-    f.job.Options().No_ReEncode = 0;
-    f.job.Options().UseRejig = 1;
-    f.job.Options().RejigPath = "K:\\Program\\Kestrova.txt";  // a file that exists
-    BeginRoutines(f.job);
-    ASSERT_GE(f.questions.History().size(), 2u);
-    const auto& shown = f.questions.History();
+    // A more specific encoder message comes before the refusal; an empty output folder ends silently.
+    test::PipelineFixture rejig;
+    rejig.job.Options().Conversion = 1;
+    rejig.job.Options().No_ReEncode = 0;
+    rejig.job.Options().UseRejig = 1;
+    rejig.job.Options().RejigPath = "K:\\Program\\Kestrova.txt";  // a file that exists
+    BeginRoutines(rejig.job);
+    const auto& shown = rejig.questions.History();
+    ASSERT_GE(shown.size(), 2u);
     EXPECT_EQ(shown[shown.size() - 2].Text,
               "Rejig cannot be used in a Format Conversion, please select CCE, Procoder, Quenc or HC Encoder");
     EXPECT_EQ(shown.back().Title, "Encoder Error");
-}
-
-TEST(BeginRoutines, AnEmptyOutputFolderEndsSilently) {
-    test::PipelineFixture f;
-    f.job.OutputFolder.clear();
-    BeginRoutines(f.job);
-    EXPECT_TRUE(f.questions.History().empty());
-    EXPECT_FALSE(f.job.Completed);
-    EXPECT_EQ(f.job.JobRunning, 0);
+    test::PipelineFixture unnamed;
+    unnamed.job.OutputFolder.clear();
+    BeginRoutines(unnamed.job);
+    EXPECT_TRUE(unnamed.questions.History().empty());
+    EXPECT_FALSE(unnamed.job.Completed);
 }
 
 TEST(BeginRoutines, TheDecrypterTrayOptionIsClearedForTheRunAndPutBack) {
     test::PipelineFixture f;
     f.registry.SaveDword(RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "DEVICE_EjectTrayRead", 1);
     bool clearedDuringRun = false;
-    f.view.OnServe = [&](int) {
-        clearedDuringRun = clearedDuringRun || f.registry.getdword(RegistryRoot::CurrentUser,
-                                                                   "Software\\DVD Decrypter",
-                                                                   "DEVICE_EjectTrayRead") == 0;
-    };
+    f.view.OnServe = [&](int) { clearedDuringRun = clearedDuringRun || TrayOption(f) == 0; };
     BeginRoutines(f.job);
     EXPECT_TRUE(f.job.Completed);
     EXPECT_TRUE(clearedDuringRun);
-    EXPECT_EQ(f.registry.getdword(RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "DEVICE_EjectTrayRead"), 1u);
+    EXPECT_EQ(TrayOption(f), 1u);
 }
 
 TEST(CheckVOB, ScenaristTakes600VobIdsAndAsksAt601) {
@@ -127,27 +118,25 @@ TEST(CheckVOB, ScenaristTakes600VobIdsAndAsksAt601) {
 }
 
 TEST(Authoring, AFailedFullMuxmanScriptIsRetriedOnlyWhenTheUserSaysSo) {
-    test::PipelineFixture no;
-    no.job.Options().Muxman = 1;
-    no.job.Options().SingleMXP = 1;
-    no.questions.AnswerNo();
-    BeginRoutines(no.job);
-    EXPECT_FALSE(no.job.Completed);
-    EXPECT_EQ(no.CountRunLog("MUXMAN ERROR - FULL SCRIPT FAILED - NO RETRY - ABORTING"), 1);
-    EXPECT_EQ(LastMessage(no), "SOMETHING WENT WRONG - ABORTING");
-
-    test::PipelineFixture yes;
-    yes.job.Options().Muxman = 1;
-    yes.job.Options().SingleMXP = 1;
-    yes.questions.AnswerYes();
-    BeginRoutines(yes.job);
-    EXPECT_EQ(yes.CountRunLog("MUXMAN ERROR - RETRIED WITH SINGLE SCRIPTS ALSO"), 1);
-    EXPECT_TRUE(yes.files.FolderExists("K:\\OUT\\D_VTS_01_0")) << "nothing under the job root goes on an abort";
-
-    test::PipelineFixture single;
-    single.job.Options().Muxman = 1;
-    BeginRoutines(single.job);
-    EXPECT_EQ(single.CountRunLog("MUXMAN ERROR - SINGLE SCRIPTS FAILED"), 1);
+    const struct {
+        int SingleMXP;
+        bool Retry;
+        const char* Logged;
+    } rows[] = {{1, false, "MUXMAN ERROR - FULL SCRIPT FAILED - NO RETRY - ABORTING"},
+                {1, true, "MUXMAN ERROR - RETRIED WITH SINGLE SCRIPTS ALSO"},
+                {0, false, "MUXMAN ERROR - SINGLE SCRIPTS FAILED"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Logged);
+        test::PipelineFixture f;
+        f.job.Options().Muxman = 1;
+        f.job.Options().SingleMXP = row.SingleMXP;
+        row.Retry ? f.questions.AnswerYes() : f.questions.AnswerNo();
+        BeginRoutines(f.job);
+        EXPECT_FALSE(f.job.Completed);
+        EXPECT_EQ(f.CountRunLog(row.Logged), 1);
+        EXPECT_EQ(LastMessage(f), "SOMETHING WENT WRONG - ABORTING");
+        EXPECT_TRUE(f.files.FolderExists("K:\\OUT\\D_VTS_01_0")) << "nothing under the job root goes on an abort";
+    }
 }
 
 }  // namespace

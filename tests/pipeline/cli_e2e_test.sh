@@ -37,10 +37,9 @@ check_run() {  # name, output folder
   local name=$1 out=$2
   [ "$(banners "$out/Kestrova.LOG")" = "$expected_banners" ] ||
     { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
-  local marks
-  marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#')
-  [ "$marks" = $'-----\nVID\nDEMUXED VOB ID\nDVD2AVI\nPROCESSASSETS\n-----\nVTS1\nDEMUXED VOB ID\nDVD2AVI\nPROCESSASSETS\nMPV ENCODED' ] ||
-    fail "$name: journal marks were: $marks"
+  local marks stages="DEMUXED VOB ID,DVD2AVI,PROCESSASSETS"
+  marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#' | tr '\n' ,)
+  [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages,MPV ENCODED," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
 }
 
@@ -61,29 +60,24 @@ else
   fail "INI start exited non-zero"; cat "$work/ini.out"
 fi
 
-# 3. A refusal: DVD Decrypter missing from its folder.
+# A refused start: exit status 1 and the message.
+refused() {  # name, drive D: host folder, output folder under K:, message
+  local name=$1 status
+  KESTROVA_DRIVES="D:=$2@cdrom;K:=$work/tokens" KESTROVA_REGISTRY="$work/tokens/registry.reg" \
+    KESTROVA_PROGRAM_FOLDER="$work/tokens/program" "$build/kestrova-cli" /STAR /DRIV=D "/PATH=K:\\$3" \
+    > "$work/$name.out" 2>&1
+  status=$?
+  [ "$status" = 1 ] || fail "$name: exit status $status"
+  grep -qF "$4" "$work/$name.out" || { fail "$name: message"; cat "$work/$name.out"; }
+}
+
+# 3. DVD Decrypter missing from its folder. 4. A source drive without a disc.
 rm -f "$work/tokens/program/DVD Decrypter/DVDDecrypter.exe"
-(
-  export KESTROVA_DRIVES="D:=$fixtures/pal-vmg-buttons@cdrom;K:=$work/tokens"
-  export KESTROVA_REGISTRY="$work/tokens/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/tokens/program"
-  "$build/kestrova-cli" /STAR /DRIV=D '/PATH=K:\again' > "$work/refused.out" 2>&1
-  echo $? > "$work/refused.status"
-)
-[ "$(cat "$work/refused.status")" = 1 ] || fail "refusal exit status $(cat "$work/refused.status")"
-grep -q 'Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)' "$work/refused.out" ||
-  fail "refusal message missing"
+refused decrypter "$fixtures/pal-vmg-buttons" again \
+  'Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)'
+mkdir -p "$work/empty"
+refused nosource "$work/empty" none 'The source folder D:\VIDEO_TS does not exist'
+[ -e "$work/tokens/none" ] && fail "an output folder was made for a job without a source"
 
-# 4. A source drive without a disc.
-(
-  export KESTROVA_DRIVES="D:=$work/empty@cdrom;K:=$work/tokens"
-  export KESTROVA_REGISTRY="$work/tokens/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/tokens/program"
-  mkdir -p "$work/empty"
-  "$build/kestrova-cli" /STAR /DRIV=D '/PATH=K:\none' > "$work/nosource.out" 2>&1
-  echo $? > "$work/nosource.status"
-)
-[ "$(cat "$work/nosource.status")" = 1 ] || fail "missing source exit status $(cat "$work/nosource.status")"
-grep -q 'The source folder D:\\VIDEO_TS does not exist' "$work/nosource.out" || fail "missing source message"
-[ -e "$work/tokens/none" ] && fail "an output folder was made for a refused job"
-
-echo "$(( 4 - (failures > 4 ? 4 : failures) )) passed, $failures failed"
+echo "$failures failed"
 [ "$failures" -eq 0 ]

@@ -52,12 +52,9 @@ TEST(DiscTyping, AZeroLengthCellIsFoundAndMeasured) {
     // The cell was split out and indexed; its index counts real pictures.
     ASSERT_TRUE(f.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED_CELLID\\003_002.M2V"));
     const auto log = f.files.ReadLines("K:\\OUT\\D_VIDEO_TS\\FRAMESERVING\\003_002.log");
-    std::string frames;
-    for (const auto& line : log) {
-        if (line.rfind("D2V=", 0) == 0) frames = line.substr(4);
-    }
-    ASSERT_FALSE(frames.empty());
-    EXPECT_GT(std::stoi(frames), 1) << "the cell the IFO calls empty holds motion video";
+    ASSERT_FALSE(log.empty());
+    ASSERT_EQ(log[0].rfind("D2V=", 0), 0u) << log[0];
+    EXPECT_GT(std::stoi(log[0].substr(4)), 1) << "the cell the IFO calls empty holds motion video";
 }
 
 }  // namespace

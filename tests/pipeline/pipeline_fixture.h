@@ -40,20 +40,6 @@ public:
         return lines;
     }
 
-    // The banner titles of the run log, in order, trimmed.
-    std::vector<std::string> Banners() const {
-        std::vector<std::string> titles;
-        for (const auto& line : RunLogLines()) {
-            if (line.size() >= 2 && line.front() == '|' && line.back() == '|') {
-                const std::string inner = line.substr(1, line.size() - 2);
-                const auto first = inner.find_first_not_of(' ');
-                const auto last = inner.find_last_not_of(' ');
-                titles.push_back(inner.substr(first, last - first + 1));
-            }
-        }
-        return titles;
-    }
-
     int CountRunLog(const std::string& text) const {
         int count = 0;
         for (const auto& line : RunLogLines()) count += line == text ? 1 : 0;
