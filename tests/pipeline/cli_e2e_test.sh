@@ -77,7 +77,7 @@ refused decrypter "$fixtures/pal-vmg-buttons" again \
   'Unable to locate DVD Decrypter or unsupported version (must be 3.5.1.0 +)'
 mkdir -p "$work/empty"
 refused nosource "$work/empty" none 'The source folder D:\VIDEO_TS does not exist'
-[ -e "$work/tokens/none" ] && fail "an output folder was made for a job without a source"
+for out in none again; do [ -e "$work/tokens/$out" ] && fail "an output folder was made for the refused start ($out)"; done
 
 echo "$failures failed"
 [ "$failures" -eq 0 ]

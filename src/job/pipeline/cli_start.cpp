@@ -99,14 +99,15 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
         return 2;
     }
     if (job.OutputFolder.empty()) return Fail(job, "No output folder given (/PATH=\"FOLDER\" or *WORKINGFOLDER)");
+    // The run makes the output folder once the checks have passed, so a
+    // refused start leaves nothing behind; a folder that cannot be made
+    // ends the run with its reason.
+    job.UnattendedRun = -1;
     try {
-        if (job.OutputFolder.size() > 3) job.Files.MakeFolder(job.OutputFolder);
+        BeginRoutines(job);
     } catch (const Error& failure) {
         return Fail(job, failure.what());
     }
-
-    job.UnattendedRun = -1;
-    BeginRoutines(job);
     if (job.Completed) return 0;
     std::cerr << "kestrova-cli: the job did not complete; see " << job.RunLog.File() << '\n';
     return 1;
