@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "job/context.h"
-#include "job/pipeline/cli_start.h"
+#include "pipeline/cli_start.h"
 #include "platform/batch.h"
 #include "platform/error.h"
 #include "platform/files.h"

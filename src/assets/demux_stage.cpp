@@ -3,6 +3,7 @@
 
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
+#include "assets/dummy_cells.h"
 #include "dvd/ifo_reader.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
@@ -18,13 +19,14 @@ void GetIFODetails(JobContext& job, const std::string& SourceFolder) {
     const std::vector<std::string> ifos = job.FileList;
     LogWindow(job, " ");
     LogWindow(job, "Analysing IFOs");
+    const DummyCellStages dummyCells = DummyCellMeasurement();
     for (std::size_t i = 0; i < job.SelectedMenuFlags.size() && i + 1 < ifos.size(); ++i) {
         const std::string& name = ifos[i + 1];
         // The file's own name tells a title set from the video manager; a
         // folder named "VTS..." must not.
         const bool titleSet = platform::ToUpperAscii(name).find("VTS") != std::string::npos;
         const std::string language = i < job.SelectedMenuChildren.size() ? job.SelectedMenuChildren[i] : "";
-        GetIFOParams(job, SourceFolder + name, job.SelectedMenuFlags[i] != 0, language, !titleSet);
+        GetIFOParams(job, SourceFolder + name, job.SelectedMenuFlags[i] != 0, language, !titleSet, dummyCells);
         UpdateProgress(job, static_cast<std::int64_t>(i + 1), static_cast<std::int64_t>(ifos.size() - 1), "IfoScan",
                        false, false);
         if (job.StopRequested != 0) break;

@@ -57,30 +57,22 @@ void FalsePgcCheck(JobContext& job) {
     });
 }
 
-void DemuxDomainForDummyCells(JobContext& job, int domain, const std::string& menuVob) {
-    const std::string name = NameOf(menuVob);
-    const std::string folder = job.JobRoot + "\\D_" + WithoutExtension(name);
-    if (!job.Files.FolderExists(folder)) job.Files.MakeFolder(folder);
-    if (!job.Files.FolderExists(folder + "\\DEMUXED_CELLID")) job.Files.MakeFolder(folder + "\\DEMUXED_CELLID");
-    job.WorkFolder = folder;
-    job.DomainIndex = static_cast<std::int16_t>(domain);
-    if (job.State().Pgcdemux != 0) {
-        EnablePGCDemuxing(job, menuVob, name, true);
-    } else if (!EnableDemuxing(job, menuVob, name, true)) {
-        EnableFileRename(job, folder + "\\DEMUXED_CELLID");
-    }
-}
-
-std::int32_t MeasureDummyCellFrames(JobContext& job, int domain, int vob, int cell) {
-    static_cast<void>(domain);  // the preparer made the domain's folder the work folder
-    const std::string m2v =
-        job.WorkFolder + "\\DEMUXED_CELLID\\" + CreateVOBName(vob) + "_" + CreateCellName(cell) + ".M2V";
-    return ForceD2V(job, m2v, static_cast<std::int16_t>(vob), static_cast<std::int16_t>(cell));
-}
-
-void ConnectDummyCellHooks(JobContext& job) {
-    job.PrepareDummyCells = DemuxDomainForDummyCells;
-    job.MeasureDummyCell = MeasureDummyCellFrames;
+DummyCellStages DummyCellMeasurement() {
+    DummyCellStages stages;
+    stages.DemuxByCell = [](JobContext& job, const std::string& VobPath) {
+        const std::string name = NameOf(VobPath);
+        if (job.State().Pgcdemux != 0) {
+            EnablePGCDemuxing(job, VobPath, name, true);
+        } else if (!EnableDemuxing(job, VobPath, name, true)) {
+            EnableFileRename(job, job.WorkFolder + "\\DEMUXED_CELLID");
+        }
+    };
+    stages.MeasureCell = [](JobContext& job, std::int16_t VobId, std::int16_t CellId) {
+        const std::string m2v =
+            job.WorkFolder + "\\DEMUXED_CELLID\\" + CreateVOBName(VobId) + "_" + CreateCellName(CellId) + ".M2V";
+        return ForceD2V(job, m2v, VobId, CellId);
+    };
+    return stages;
 }
 
 }  // namespace kestrova

@@ -114,7 +114,8 @@ void EnableScenes(JobContext& job) {
     NotYetAvailable(job, "EnableScenes");
 }
 
-void NewDVD2AVIProc(JobContext& job) {
+void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages) {
+    static_cast<void>(stages);
     NotYetAvailable(job, "NewDVD2AVIProc");
 }
 

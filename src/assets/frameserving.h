@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "job/context.h"
@@ -48,7 +49,28 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
 // Works out the scene times of every cell.
 void EnableScenes(JobContext& job);
 
-// Indexes each asset, decides whether it is encoded and writes its script and list entry.
-void NewDVD2AVIProc(JobContext& job);
+// The audio and video stages the frame serving of the assets calls. They
+// live in libraries that build on this one, so the pipeline hands them in.
+struct FrameServingStages {
+    // Fills the domain's list of audio files.
+    std::function<void(JobContext&)> AudioCheck;
+    // Inspects and queues the audio of one VOB id (CellId 0) or cell.
+    std::function<void(JobContext&, const std::string& Folder, std::int16_t VobId, std::int16_t CellId)> ProcessAC3;
+    // Queues a SoftEncode conversion, or with StereoPrep only writes its settings.
+    std::function<void(JobContext&, const std::string& Source, const std::string& Target, bool Ac3Source,
+                       bool SkipBat, bool StereoPrep)>
+        SoftEncoder;
+    // Copies one M2V through revpulldown.
+    std::function<void(JobContext&, const std::string& Source, const std::string& Target, const std::string& Label,
+                       std::int16_t DomainIndex)>
+        UpdateMPV;
+    // Appends the asset's entry to the Encoder Control List.
+    std::function<void(JobContext&, const std::string& BasePath, std::int16_t VobId, bool Still, std::int16_t CellId)>
+        MakeECL;
+};
+
+// Indexes each asset, decides whether it is encoded and writes its script
+// and list entry, with the audio and video stages handed in.
+void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages);
 
 }  // namespace kestrova

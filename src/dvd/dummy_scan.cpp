@@ -4,6 +4,7 @@
 #include "dvd/ifo_reader.h"
 #include "dvd/reader_log.h"
 #include "job/log_writers.h"
+#include "job/stage_hooks.h"
 #include "job/timecode.h"
 
 namespace kestrova {
@@ -12,20 +13,24 @@ namespace {
 
 // Sets up the one demultiplexing by cell of the domain's menu VOB, before the
 // first zero-length cell is measured.
-void PrepareDomain(JobContext& job, int domain, const std::string& path) {
+void PrepareDomain(JobContext& job, int domain, const std::string& path, const DummyCellStages& stages) {
     job.DiscModel.Item(static_cast<std::size_t>(domain)).Split_Cell = -1;
-    if (!job.PrepareDummyCells) return;
+    // Without a demultiplexer there is no work folder to make.
+    if (!stages.DemuxByCell) {
+        NotYetAvailable(job, "Demultiplexing by cell");
+        return;
+    }
     const std::string folder = job.JobRoot + "\\D_" + StripExtension(FileNameOf(path));
     if (!job.Files.FolderExists(folder)) job.Files.MakeFolder(folder);
     if (!job.Files.FolderExists(folder + "\\DEMUXED_CELLID")) job.Files.MakeFolder(folder + "\\DEMUXED_CELLID");
     job.WorkFolder = folder;
     job.DomainIndex = static_cast<std::int16_t>(domain);
-    job.PrepareDummyCells(job, domain, StripExtension(path) + ".VOB");
+    stages.DemuxByCell(job, StripExtension(path) + ".VOB");
 }
 
 }  // namespace
 
-void DummyScan(JobContext& job, int domain, const std::string& path) {
+void DummyScan(JobContext& job, int domain, const std::string& path, const DummyCellStages& stages) {
     auto& vts = job.DiscModel.Item(static_cast<std::size_t>(domain));
     WLF(job, "dummy vob scan");
 
@@ -53,7 +58,7 @@ void DummyScan(JobContext& job, int domain, const std::string& path) {
             // No time in the IFO, but real content around it: the true
             // length has to be measured.
             if (!prepared) {
-                PrepareDomain(job, domain, path);
+                PrepareDomain(job, domain, path, stages);
                 prepared = true;
             }
             const std::string where = " vob =" + std::to_string(v) + " cell =" + std::to_string(c);
@@ -64,12 +69,8 @@ void DummyScan(JobContext& job, int domain, const std::string& path) {
 
             auto& played = vts.Video.Item(1).VobId.Item(v).CellId.Item(c);
             played.DummyCell = -1;
-            if (!job.MeasureDummyCell) {
-                WLOG(job, "Dummy cell" + where + " could not be measured: no demultiplexer was given, so it keeps " +
-                              std::to_string(played.Frames) + " frames");
-                continue;
-            }
-            const std::int32_t frames = job.MeasureDummyCell(job, domain, static_cast<int>(v), static_cast<int>(c));
+            const std::int32_t frames = RunHandedStage(job, stages.MeasureCell, "ForceD2V", played.Frames,
+                                                       static_cast<std::int16_t>(v), static_cast<std::int16_t>(c));
             played.Frames = frames;
             played.BCD = Frames_To_DVD_TimeCode(job.Timing, frames, false);
         }

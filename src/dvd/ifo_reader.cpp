@@ -288,13 +288,13 @@ void ReadPGC(MenuRead& read, const LanguageUnit& unit, Language_Properties& lang
 }  // namespace
 
 void GetIFOParams(JobContext& job, const std::string& path, bool readMenus, const std::string& language,
-                  bool isVideoTS) {
+                  bool isVideoTS, const DummyCellStages& dummyCells) {
     const std::vector<std::uint8_t> data = job.Files.ReadBytes(path);
-    GetIFOParamsFromBytes(job, ByteSource{data, path}, readMenus, language, isVideoTS);
+    GetIFOParamsFromBytes(job, ByteSource{data, path}, readMenus, language, isVideoTS, dummyCells);
 }
 
 void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMenus, const std::string& language,
-                           bool isVideoTS) {
+                           bool isVideoTS, const DummyCellStages& dummyCells) {
     const std::string& path = bytes.FileName;
     job.DiscModel.Add();
     const int domain = static_cast<int>(job.DiscModel.Count());
@@ -372,7 +372,7 @@ void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMe
         flat += Position(unit.PgcCount);
     }
 
-    DummyScan(job, domain, path);
+    DummyScan(job, domain, path, dummyCells);
 }
 
 }  // namespace kestrova

@@ -9,6 +9,7 @@
 
 #include <string>
 
+#include "dvd/dummy_scan.h"
 #include "job/bits.h"
 #include "job/context.h"
 
@@ -25,14 +26,15 @@ inline constexpr std::int64_t kMenuC_ADT = 216;
 // Reads one IFO file (`path` a drive path) into a new domain at the end of
 // DiscModel. readMenus false is the light read of language units and PGC
 // categories; language "ALL" or a language name picks the units whose PGCs a
-// full read goes through; isVideoTS chooses the VMG offsets.
+// full read goes through; isVideoTS chooses the VMG offsets. The read ends
+// with the dummy scan, which measures zero-length cells through `dummyCells`.
 void GetIFOParams(JobContext& job, const std::string& path, bool readMenus, const std::string& language,
-                  bool isVideoTS);
+                  bool isVideoTS, const DummyCellStages& dummyCells = {});
 
 // The same read of a file already in memory (`bytes.FileName` is its path):
 // what GetIFOParams does once it has read the file.
 void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMenus, const std::string& language,
-                           bool isVideoTS);
+                           bool isVideoTS, const DummyCellStages& dummyCells = {});
 
 // The menu cell address table (C_ADT) into the twin cell lists of the domain.
 void GetVOBTable(JobContext& job, const ByteSource& bytes, int domain);

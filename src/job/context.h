@@ -4,18 +4,17 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
-#include "dvd/language_table.h"
-#include "dvd/menu_tree.h"
-#include "dvd/model.h"
 #include "job/job_view.h"
 #include "job/run_log.h"
 #include "job/script_templates.h"
 #include "job/settings.h"
 #include "job/timecode.h"
+#include "model/language_table.h"
+#include "model/menu_tree.h"
+#include "model/model.h"
 #include "platform/files.h"
 #include "platform/process.h"
 #include "platform/questions.h"
@@ -23,15 +22,6 @@
 #include "platform/trace.h"
 
 namespace kestrova {
-
-struct JobContext;
-
-// The dummy scan's way into the asset stage, which demultiplexes a menu VOB
-// by cell and counts a cell's frames. The preparer runs once per domain
-// before the first measurement, with the path of the domain's menu VOB; the
-// measurer returns the frames of one cell of that domain.
-using DummyCellPreparer = std::function<void(JobContext& job, int domain, const std::string& menuVob)>;
-using DummyCellMeasurer = std::function<std::int32_t(JobContext& job, int domain, int vob, int cell)>;
 
 struct JobContext {
     JobContext(platform::FileSystem& files, platform::Registry& registry, platform::ProcessRunner& runner,
@@ -119,10 +109,6 @@ struct JobContext {
     Collection<FolderProps> FolderTree;
     std::vector<StreamUse_Record> StreamUse;  // by domain index; element 0 unused
     std::int16_t UOPFound = 0;
-    // Set by the caller that can demultiplex; when empty the dummy scan
-    // marks zero-length cells without measuring them.
-    DummyCellPreparer PrepareDummyCells;
-    DummyCellMeasurer MeasureDummyCell;
 
     // The choice of menus: per file row of the tree, whether it was chosen
     // and which language (SelectedMenus above holds the chosen paths).

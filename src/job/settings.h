@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "job/collection.h"
+#include "model/collection.h"
 #include "platform/registry.h"
 
 namespace kestrova {

@@ -54,14 +54,13 @@ TEST_F(FalsePgcs, WithoutCandidatesNoPgcTurnsDummy) {
     EXPECT_EQ(Domain().Vob_Id.Item(3).Dummy, -1) << "a VOB no PGC uses keeps its mark";
 }
 
-// The dummy scan of title set 1 with the asset stage's hooks; the index tool writes 40 frames for cell 1, 12 for 2.
+// The dummy scan of title set 1 with the asset stage's measurement; the index tool writes 40 frames for cell 1, 12 for 2.
 class DummyCells : public test::AssetStageFixture {
 protected:
     DummyCells() {
         job.WorkFolder.clear();
         job.DomainIndex = 0;
         files.DeleteTree("K:\\Job\\D_VTS_01_0");
-        ConnectDummyCellHooks(job);
         StandIn("dvd2avidg.exe",
                 "o=\"$8\"; n=\"${o##*\\\\}\"; n=\"${n%]}\"; case \"$n\" in 001_001) f=40;; 001_002) f=12;; *) f=0;; "
                 "esac; printf \"D2V=$f\\r\\n\" > '" +
@@ -76,7 +75,7 @@ TEST_F(DummyCells, ZeroCellsAmongRealOnesAreSplitOnceByPgcDemuxAndMeasured) {
     StandIn("PgcDemux.exe", "printf m > '" + temp.Host("Job/D_VTS_01_0/DEMUXED_CELLID") + "/VideoFile.m2v'");
     AddVob({0, 0, 100});
     AddVob({0});
-    DummyScan(job, 2, ifo);
+    DummyScan(job, 2, ifo, DummyCellMeasurement());
 
     EXPECT_EQ(Domain().Vob_Id.Item(1).Dummy, 0);
     EXPECT_EQ(Domain().Vob_Id.Item(2).Dummy, -1);
@@ -105,7 +104,7 @@ TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
     StandIn("DVDDecrypter.exe", "printf m > '" + folder + "/VTS_01_0 - VOBID_001 - CELLID_001.M2V'; printf m > '" +
                                     folder + "/VTS_01_0 - VOBID_001 - CELLID_002.M2V'");
     AddVob({0, 25});
-    DummyScan(job, 2, ifo);
+    DummyScan(job, 2, ifo, DummyCellMeasurement());
     EXPECT_EQ(Commands().front(),
               "\"K:\\DVD Decrypter\\DVDDecrypter.exe\" /MODE FILE /SRC D: /FILES VTS_01_0.VOB /DEST "
               "\"K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\" /START /CLOSE /SPLIT CELLID /DEMUX E0");
@@ -115,7 +114,7 @@ TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
 }
 
 // The fixture disc whose VMG menu VOB 3 has a zero-length cell 2 between two real ones, read as a run reads it.
-TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheHooks) {
+TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheAssetStage) {
     test::JobFixture f;
     const std::string videoTs = test::FixtureDisc("pal-menu-dummy-cells");
     f.paths.AddDrives("D:=" + videoTs.substr(0, videoTs.size() - 9) + "@cdrom");
@@ -128,8 +127,7 @@ TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheHooks) {
     };
     standIn("PgcDemux.exe", "m", "OUT/D_VIDEO_TS/DEMUXED_CELLID/VideoFile.m2v");
     standIn("dvd2avidg.exe", "D2V=30\\r\\n", "OUT/D_VIDEO_TS/FRAMESERVING/003_002.log");
-    ConnectDummyCellHooks(f.job);
-    GetIFOParams(f.job, "D:\\VIDEO_TS\\VIDEO_TS.IFO", true, "ALL", true);
+    GetIFOParams(f.job, "D:\\VIDEO_TS\\VIDEO_TS.IFO", true, "ALL", true, DummyCellMeasurement());
 
     const auto& vmg = f.job.DiscModel.Item(1);
     ASSERT_GE(vmg.Vob_Id.Count(), 3u);

@@ -1,7 +1,7 @@
 // Pre-flight refusals, the VOB-count limit, and the Muxman failure paths.
 #include <gtest/gtest.h>
 
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 #include "pipeline_fixture.h"
 
 namespace kestrova {

@@ -5,7 +5,7 @@
 
 #include <map>
 
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 #include "pipeline_fixture.h"
 #include "platform/native_tools.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "job/journal.h"
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 #include "pipeline_fixture.h"
 
 namespace kestrova {

@@ -1,5 +1,5 @@
 // The 1-based list every record lives in.
-#include "job/collection.h"
+#include "model/collection.h"
 
 #include <gtest/gtest.h>
 

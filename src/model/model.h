@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "job/collection.h"
+#include "model/collection.h"
 
 namespace kestrova {
 

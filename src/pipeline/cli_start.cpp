@@ -1,5 +1,5 @@
 // Command-line starts: see cli_start.h.
-#include "job/pipeline/cli_start.h"
+#include "pipeline/cli_start.h"
 
 #include <iostream>
 
@@ -7,7 +7,7 @@
 #include "job/command_line.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 #include "job/settings_start.h"
 #include "job/tool_runner.h"
 #include "platform/error.h"

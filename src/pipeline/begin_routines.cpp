@@ -1,5 +1,5 @@
 // Pre-flight checks, the end of a run, stopping and ending the program.
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 
 #include <cstdlib>
 

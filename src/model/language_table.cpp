@@ -1,5 +1,5 @@
 // The language table: see language_table.h.
-#include "dvd/language_table.h"
+#include "model/language_table.h"
 
 #include <algorithm>
 #include <set>

@@ -1,6 +1,6 @@
 // The run itself: head, domain loop, encoding, authoring and finishing, in
 // their fixed order, with a stop test at each stage boundary.
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 
 #include "assets/asset_names.h"
 #include "assets/demux_stage.h"
@@ -14,7 +14,7 @@
 #include "job/folders.h"
 #include "job/journal.h"
 #include "job/log_writers.h"
-#include "job/pipeline/settings_echo.h"
+#include "pipeline/settings_echo.h"
 #include "job/progress.h"
 #include "job/version.h"
 #include "muxman/layout.h"
@@ -80,9 +80,6 @@ Flow RunHead(JobContext& job, int menuCount) {
     RLOG(job, o.Muxman == 1 ? "#MUXMAN" : "#SCENARIST");
     RLOG(job, "#FOLDER: " + job.Text1);
 
-    // The dummy scan of the IFO reader measures zero-length cells through
-    // the asset stage's demultiplexer and frame server.
-    ConnectDummyCellHooks(job);
     GetIFODetails(job, job.Text1 + "\\");
     if (Stopped(job)) return Flow::Leave;
     if (job.Files.FolderExists(job.JobRoot + "\\ECLs")) job.Files.DeleteTree(job.JobRoot + "\\ECLs");
@@ -202,7 +199,10 @@ Flow RunDomain(JobContext& job, std::size_t index) {
 
     EnableRejig(job);
     EnableScenes(job);
-    NewDVD2AVIProc(job);
+    // The audio stages and the list writer come with their libraries.
+    FrameServingStages frameServing;
+    frameServing.UpdateMPV = UpdateMPV;
+    NewDVD2AVIProc(job, frameServing);
     RLOG(job, "PROCESSASSETS");
     if (Stopped(job)) return Flow::Leave;
 

@@ -1,5 +1,5 @@
 // The language table: codes, names, the selection list and the matrices.
-#include "dvd/language_table.h"
+#include "model/language_table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The head of the run log: the options in force and the script fragments.
-#include "job/pipeline/settings_echo.h"
+#include "pipeline/settings_echo.h"
 
 #include "job/log_writers.h"
-#include "job/pipeline/pipeline.h"
+#include "pipeline/pipeline.h"
 
 namespace kestrova {
 
