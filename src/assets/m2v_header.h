@@ -1,10 +1,9 @@
-// The MPEG-2 sequence header of an elementary video stream, read directly:
-// the display aspect a stream really carries, whatever its IFO says.
+// The display aspect an M2V really carries, whatever its IFO says, read
+// from its first sequence header.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
-#include <vector>
 
 #include "job/context.h"
 
@@ -13,13 +12,9 @@ namespace kestrova {
 // How far into a stream the sequence header is looked for.
 inline constexpr std::size_t kSequenceHeaderSearchBytes = 2048;
 
-// The byte that holds aspect_ratio_information (upper 4 bits) and
-// frame_rate_code (lower 4 bits) of the first sequence header (00 00 01 B3)
-// in the first 2048 bytes of `bytes`. Throws a sentence naming `path` when
-// there is no header there, or it is cut short.
-std::uint8_t SequenceHeaderAspectByte(const std::vector<std::uint8_t>& bytes, const std::string& path);
-
 // True when the stream's first sequence header says 16:9 (aspect code 3).
+// Throws a sentence naming the file when it holds no header in its first
+// 2048 bytes, or a damaged one.
 bool ReadAspectFromM2v(JobContext& job, const std::string& Path);
 
 }  // namespace kestrova

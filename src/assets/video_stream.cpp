@@ -19,7 +19,6 @@ constexpr std::uint8_t kPictureStartCode = 0x00;
 constexpr std::uint8_t kFirstSliceStartCode = 0x01;
 constexpr std::uint8_t kLastSliceStartCode = 0xAF;
 constexpr std::uint8_t kUserDataStartCode = 0xB2;
-constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
 constexpr std::uint8_t kSequenceErrorCode = 0xB4;
 constexpr std::uint8_t kExtensionStartCode = 0xB5;
 constexpr std::uint8_t kSequenceEndCode = 0xB7;
@@ -31,9 +30,8 @@ constexpr std::uint32_t kSequenceExtensionId = 1;
 constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
 constexpr std::uint32_t kPictureCodingExtensionId = 8;
 
-// Bytes after the start code that a header can take at most: the sequence
-// header with both quantiser matrices; the others are far shorter.
-constexpr std::size_t kSequenceHeaderMaxBytes = 8 + 64 + 64;
+// Bytes after the start code that a header other than the sequence header
+// can take at most.
 constexpr std::size_t kShortHeaderMaxBytes = 16;
 
 // Above this height slices carry a vertical position extension, so the
@@ -44,46 +42,6 @@ std::string Hex2(std::uint8_t value) {
     static const char kDigits[] = "0123456789ABCDEF";
     return std::string("0x") + kDigits[value >> 4] + kDigits[value & 0x0F];
 }
-
-// Reads the bits of one header, most significant first. Running past the
-// bytes the header has before the next start code (or the end of the file)
-// means the header is cut short.
-class HeaderBits {
-public:
-    HeaderBits(std::span<const std::uint8_t> bytes, std::string where, const char* header)
-        : bytes_(bytes), where_(std::move(where)), header_(header) {}
-
-    std::uint32_t Read(int count) {
-        if (position_ + static_cast<std::size_t>(count) > bytes_.size() * 8) {
-            Fail("is cut short after " + std::to_string(bytes_.size()) + " bytes; it needs at least " +
-                 std::to_string((position_ + static_cast<std::size_t>(count) + 7) / 8));
-        }
-        std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i, ++position_) {
-            value = (value << 1) | ((bytes_[position_ / 8] >> (7 - position_ % 8)) & 1u);
-        }
-        return value;
-    }
-
-    bool Flag() { return Read(1) != 0; }
-
-    void Skip(std::size_t count) {
-        for (; count > 32; count -= 32) Read(32);
-        Read(static_cast<int>(count));
-    }
-
-    void Marker(const char* after) {
-        if (Read(1) != 1) Fail(std::string("has a marker bit of 0 after its ") + after + "; expected 1");
-    }
-
-    [[noreturn]] void Fail(const std::string& what) const { throw Error(where_ + ": the " + header_ + " " + what); }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-    std::string where_;
-    const char* header_;
-    std::size_t position_ = 0;
-};
 
 // A picture whose header has been read and whose slices are being counted.
 struct OpenPicture {
@@ -325,29 +283,8 @@ void StreamScanner::OnSequenceHeader() {
     RequireSecondField("a sequence header");
     const std::uint64_t offset = codeOffset_;
     HeaderBits bits = Header("sequence header", kSequenceHeaderMaxBytes);
-    SequenceHeader header;
+    SequenceHeader header = ReadSequenceHeader(bits);
     header.Offset = offset;
-    header.Width = static_cast<std::int32_t>(bits.Read(12));
-    header.Height = static_cast<std::int32_t>(bits.Read(12));
-    header.AspectRatioCode = static_cast<std::uint8_t>(bits.Read(4));
-    header.FrameRateCode = static_cast<std::uint8_t>(bits.Read(4));
-    header.BitRate = bits.Read(18);
-    bits.Marker("bit rate");
-    bits.Read(10);  // vbv_buffer_size_value
-    bits.Read(1);   // constrained_parameters_flag
-    if (bits.Flag()) bits.Skip(64 * 8);  // intra_quantiser_matrix
-    if (bits.Flag()) bits.Skip(64 * 8);  // non_intra_quantiser_matrix
-
-    if (header.Width == 0 || header.Height == 0) {
-        bits.Fail("gives a picture size of " + std::to_string(header.Width) + "x" + std::to_string(header.Height) +
-                  "; expected both above 0");
-    }
-    if (header.AspectRatioCode == 0 || header.AspectRatioCode == 15) {
-        bits.Fail("has the forbidden aspect ratio code " + std::to_string(header.AspectRatioCode));
-    }
-    if (header.FrameRateCode == 0 || header.FrameRateCode > 8) {
-        bits.Fail("has the reserved frame rate code " + std::to_string(header.FrameRateCode) + "; expected 1 to 8");
-    }
     if (!haveSequence_) {
         stream_.Sequence = header;
         haveSequence_ = true;
@@ -673,7 +610,7 @@ VideoStream ScanVideoStreamFile(const std::string& hostPath) {
     return ScanVideoStream(reader);
 }
 
-platform::FrameRate SequenceFrameRate(const SequenceHeader& sequence) {
+FrameRate SequenceFrameRate(const SequenceHeader& sequence) {
     struct Rate {
         std::uint32_t Numerator;
         std::uint32_t Denominator;
@@ -684,7 +621,7 @@ platform::FrameRate SequenceFrameRate(const SequenceHeader& sequence) {
         throw Error("The frame rate code " + std::to_string(sequence.FrameRateCode) + " is reserved; expected 1 to 8");
     }
     const Rate& rate = kRates[sequence.FrameRateCode - 1];
-    return platform::MakeFrameRate(static_cast<std::uint64_t>(rate.Numerator) * (sequence.FrameRateExtensionN + 1u),
+    return MakeFrameRate(static_cast<std::uint64_t>(rate.Numerator) * (sequence.FrameRateExtensionN + 1u),
                                    static_cast<std::uint64_t>(rate.Denominator) * (sequence.FrameRateExtensionD + 1u));
 }
 

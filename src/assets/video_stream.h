@@ -13,7 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/d2v_file.h"
+#include "frameserver/d2v_file.h"
+#include "frameserver/mpeg_header.h"
 
 namespace kestrova {
 
@@ -44,23 +45,6 @@ private:
 enum class PictureCodingType : std::uint8_t { I = 1, P = 2, B = 3, D = 4 };  // D: MPEG-1 only
 
 enum class PictureStructure : std::uint8_t { TopField = 1, BottomField = 2, Frame = 3 };
-
-// The first sequence header of the stream with its extensions.
-struct SequenceHeader {
-    std::uint64_t Offset = 0;
-    std::int32_t Width = 0;
-    std::int32_t Height = 0;
-    // MPEG-2: the display aspect (1 square pixels, 2 4:3, 3 16:9, 4 2.21:1); MPEG-1: the pixel aspect.
-    std::uint8_t AspectRatioCode = 0;
-    std::uint8_t FrameRateCode = 0;    // 1 23.976 ... 8 59.94
-    std::uint8_t FrameRateExtensionN = 0;
-    std::uint8_t FrameRateExtensionD = 0;
-    std::uint32_t BitRate = 0;         // in units of 400 bit/s
-    bool Mpeg2 = false;                // a sequence extension follows the header
-    bool ProgressiveSequence = true;   // MPEG-1 streams are progressive
-    std::uint8_t ChromaFormat = 1;     // 1 4:2:0, 2 4:2:2, 3 4:4:4
-    std::uint8_t MatrixCoefficients = 0;  // from the sequence display extension; 0 when it is absent
-};
 
 // The time code of a group-of-pictures header.
 struct GroupTimeCode {
@@ -137,7 +121,7 @@ VideoStream ScanVideoStream(VideoByteReader& reader);
 VideoStream ScanVideoStreamFile(const std::string& hostPath);
 
 // The frame rate of the sequence, with the MPEG-2 rate extension applied.
-platform::FrameRate SequenceFrameRate(const SequenceHeader& sequence);
+FrameRate SequenceFrameRate(const SequenceHeader& sequence);
 
 // The indexes into stream.Pictures of one group's pictures in display order
 // (by temporal reference, counted from the group's first picture).

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "asset_stage_fixture.h"
-#include "assets/m2v_header.h"
 
 namespace kestrova {
 namespace {
@@ -73,29 +72,6 @@ TEST_F(Frameserving, ForcedIndexingOfACellCountsItsFrames) {
     EXPECT_EQ(ForceD2V(job, "K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\\003_001.M2V", 3, 1), 1);
     EXPECT_EQ(Commands().size(), 4u);
     EXPECT_NE(Commands()[2].find("DGIndex.exe"), std::string::npos);
-}
-
-// The first sequence header counts if its code starts inside the first 2048 bytes.
-TEST(SequenceHeader, TheAspectByteIsTheEighthFromTheFirstStartCode) {
-    const std::uint8_t header[] = {0x00, 0x00, 0x01, 0xB3, 0x2D, 0x02, 0x40, 0x33};
-    const auto at = [&header](std::size_t offset, std::size_t size) {
-        std::vector<std::uint8_t> bytes(size, 0xFF);
-        std::copy(std::begin(header), std::begin(header) + std::min<std::size_t>(8, size - offset),
-                  bytes.begin() + static_cast<std::ptrdiff_t>(offset));
-        return bytes;
-    };
-    EXPECT_EQ(SequenceHeaderAspectByte(at(5, 40), "a.m2v"), 0x33);
-    EXPECT_EQ(SequenceHeaderAspectByte(at(2041, 3000), "a.m2v"), 0x33);
-    // Past 2048 bytes, or cut short: an error naming the file (and the end of a cut one).
-    for (const auto& [bytes, words] :
-         {std::pair{at(2045, 3000), "late.m2v\""}, std::pair{at(0, 6), "late.m2v\" ends at byte 6"}}) {
-        try {
-            SequenceHeaderAspectByte(bytes, "late.m2v");
-            ADD_FAILURE() << words;
-        } catch (const Error& failure) {
-            EXPECT_NE(std::string(failure.what()).find(words), std::string::npos) << failure.what();
-        }
-    }
 }
 
 }  // namespace

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "assets/mpeg_test_streams.h"
-#include "platform/d2v_file.h"
-#include "platform/frame_server.h"
+#include "frameserver/d2v_file.h"
+#include "frameserver/frame_server.h"
 #include "platform/launcher.h"
 #include "platform/process.h"
 #include "support/temp_folder.h"
@@ -70,9 +70,9 @@ struct IndexFixture {
     std::string Project() const { return temp.Read("work dir/FRAMESERVING/001.d2v"); }
     std::string Log() const { return temp.Read("work dir/FRAMESERVING/001.log"); }
 
-    platform::AviStreamInfo ServeScript() const {
+    AviStreamInfo ServeScript() const {
         temp.Write("work dir/FRAMESERVING/001.avs", "Mpeg2Source(\"001.d2v\")\r\n");
-        return platform::ReadAviStreamInfo(temp.Host("work dir/FRAMESERVING/001.avs"), paths);
+        return ReadAviStreamInfo(platform::FileSystem(paths), "K:\\work dir\\FRAMESERVING\\001.avs");
     }
 
     test::TempFolder temp;
@@ -146,12 +146,12 @@ TEST(Dvd2aviStandin, EachToolIndexesAProgressiveStreamAtTheLinesTheJobReads) {
         EXPECT_EQ(f.Log(), "D2V=37\r\nPRO=37\r\nTFF=0\r\nZIG=37\r\nPER=0\r\n");
 
         // Read back as the frame server reads it.
-        const platform::D2vProject project = platform::ParseD2vProject(f.Project(), "001.d2v");
+        const D2vProject project = ParseD2vProject(f.Project(), "001.d2v");
         EXPECT_EQ(project.Files, std::vector<std::string>{kM2vPath});
-        EXPECT_EQ(project.Operation, platform::FieldOperation::None);
-        EXPECT_EQ(project.Rate, (platform::FrameRate{25, 1}));
+        EXPECT_EQ(project.Operation, FieldOperation::None);
+        EXPECT_EQ(project.Rate, (FrameRate{25, 1}));
         EXPECT_EQ(project.FlagCounts[0], 37);
-        const platform::AviStreamInfo info = f.ServeScript();
+        const AviStreamInfo info = f.ServeScript();
         ASSERT_FALSE(info.ErrorClip) << info.Error;
         EXPECT_EQ(info.Length, 37);
         EXPECT_EQ(info.Width, 720);
@@ -193,8 +193,8 @@ TEST(Dvd2aviStandin, InterlacedTelecineAndStillStreamsGiveTheirFlagsAndCounts) {
         for (const auto& frame : test::ProbeFrames(row.Stream)) {
             ++flags[(frame.TopFieldFirst ? 2 : 0) + frame.RepeatPict];
         }
-        EXPECT_EQ(platform::ParseD2vProject(f.Project(), "001.d2v").FlagCounts, flags);
-        const platform::AviStreamInfo info = f.ServeScript();
+        EXPECT_EQ(ParseD2vProject(f.Project(), "001.d2v").FlagCounts, flags);
+        const AviStreamInfo info = f.ServeScript();
         ASSERT_FALSE(info.ErrorClip) << info.Error;
         EXPECT_EQ(info.Length, row.Served);
     }

@@ -75,7 +75,7 @@ TEST(VideoStream, ProgressivePalStreamMatchesWhatFfmpegWroteAndFfprobeReads) {
     EXPECT_TRUE(ScanBytes(bytes + std::string("\0\0\1\xB7", 4)).SequenceEnd);
     EXPECT_EQ(stream.Sequence.Width, 720);
     EXPECT_EQ(stream.Sequence.Height, 576);
-    EXPECT_EQ(SequenceFrameRate(stream.Sequence), (platform::FrameRate{25, 1}));
+    EXPECT_EQ(SequenceFrameRate(stream.Sequence), (FrameRate{25, 1}));
     EXPECT_EQ(stream.Counts.Frames, 37);
     EXPECT_EQ(stream.Counts.IFrames, 4);  // one every 12 in display order
     EXPECT_EQ(stream.Counts.ProgressiveFrames, 37);
@@ -144,13 +144,13 @@ TEST(VideoStream, InterlacedStillFilmAndMpeg1Streams) {
     const VideoStream still = ScanVideoStreamFile(streams.Still());
     EXPECT_EQ(still.Counts.Frames, 1);
     EXPECT_EQ(still.Groups.size(), 1u);
-    EXPECT_EQ(SequenceFrameRate(still.Sequence), (platform::FrameRate{30000, 1001}));
+    EXPECT_EQ(SequenceFrameRate(still.Sequence), (FrameRate{30000, 1001}));
 
     // Soft telecine: the repeat flags ffprobe sees are the ones scanned.
     streams.Film();
     streams.Folder().Write("telecine.m2v", test::SoftTelecine(ReadHostFile("film.m2v")));
     const VideoStream telecine = ScanVideoStreamFile(streams.Host("telecine.m2v"));
-    EXPECT_EQ(SequenceFrameRate(telecine.Sequence), (platform::FrameRate{30000, 1001}));
+    EXPECT_EQ(SequenceFrameRate(telecine.Sequence), (FrameRate{30000, 1001}));
     const auto film = test::ProbeFrames(streams.Host("telecine.m2v"));
     ASSERT_EQ(film.size(), telecine.Pictures.size());
     std::int64_t repeats = 0;

@@ -196,7 +196,8 @@ TEST_F(VobTyping, DummyCellsOutweighingRealOnesMakeACombo) {
 
 // An M2V that starts with a sequence header of 720x576 and the aspect code given.
 std::string SequenceHeader(std::uint8_t aspect) {
-    return std::string("\0\0\1\xB3\x2D\x02\x40", 7) + static_cast<char>((aspect << 4) | 0x03);
+    return std::string("\0\0\1\xB3\x2D\x02\x40", 7) + static_cast<char>((aspect << 4) | 0x03) +
+           std::string("\x05\x86\xE0\0", 4);
 }
 
 class Analysis : public test::AssetStageFixture {

@@ -169,7 +169,7 @@ std::string Hex(unsigned value, int width) {
     return text.str();
 }
 
-std::uint64_t Thousandths(const platform::FrameRate& rate) {
+std::uint64_t Thousandths(const FrameRate& rate) {
     return static_cast<std::uint64_t>(rate.Numerator) * 1000 / rate.Denominator;
 }
 
@@ -214,7 +214,7 @@ std::string DataLine(const VideoStream& stream, const GroupOfPictures& group, In
 }
 
 std::vector<std::string> ProjectLines(const VideoStream& stream, const IndexOptions& options, IndexVariant variant) {
-    const platform::FrameRate rate = SequenceFrameRate(stream.Sequence);
+    const FrameRate rate = SequenceFrameRate(stream.Sequence);
     const std::string thousandths = std::to_string(Thousandths(rate));
     std::vector<std::string> lines;
     if (variant == IndexVariant::Dvd2avi) {

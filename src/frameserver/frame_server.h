@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/path_space.h"
+#include "platform/files.h"
 
-namespace kestrova::platform {
+namespace kestrova {
 
 struct AviStreamInfo {
     std::int32_t Width = 0;
@@ -24,11 +24,11 @@ struct AviStreamInfo {
     std::string Error;  // the fault, naming the script and line, when ErrorClip is true
 };
 
-// Evaluates the script at the host path. Windows paths inside the script
-// (the D2V project and the video files it lists) are mapped through the
-// path space; a relative one is taken from the script's folder. Never
+// Evaluates the script at the drive path `scriptPath`. Paths inside the
+// script (the D2V project and the video files it lists) are drive paths; a
+// relative one is taken from the folder of the file that names it. Never
 // throws for a fault in the script or the files it reads: that is the
 // error clip.
-AviStreamInfo ReadAviStreamInfo(const std::string& scriptHostPath, const PathSpace& paths);
+AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath);
 
-}  // namespace kestrova::platform
+}  // namespace kestrova

@@ -2,28 +2,30 @@
 // parsed one by one (avisynth_script.h) and each call is applied to the
 // running clip. The first fault ends the evaluation with the error clip and
 // a sentence naming script and line.
-#include "platform/frame_server.h"
+#include "frameserver/frame_server.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <optional>
 #include <vector>
 
-#include "platform/avisynth_script.h"
-#include "platform/d2v_file.h"
+#include "frameserver/avisynth_script.h"
+#include "frameserver/d2v_file.h"
+#include "frameserver/mpeg_header.h"
 #include "platform/error.h"
 
-namespace kestrova::platform {
+namespace kestrova {
 
 namespace {
 
 __extension__ typedef unsigned __int128 Wide;
 
 constexpr std::int64_t kMaxClipValue = std::numeric_limits<std::int32_t>::max();
+
+// How far into the video file the source filter looks for the picture size.
+constexpr std::size_t kSequenceSearchBytes = 4 * 1024 * 1024;
 
 // The smallest fraction with this float value, with rates near n*1000/1001
 // taken as the NTSC rate they stand for (29.97 -> 30000/1001).
@@ -59,8 +61,8 @@ struct Clip {
 
 class ScriptEvaluator {
 public:
-    ScriptEvaluator(const std::string& scriptHostPath, const PathSpace& paths)
-        : scriptHost_(scriptHostPath), paths_(paths) {}
+    ScriptEvaluator(const std::string& scriptPath, const platform::FileSystem& files)
+        : script_(scriptPath), files_(files) {}
 
     void Apply(const Call& call);
     const Clip& Result() const { return clip_; }
@@ -86,7 +88,7 @@ private:
     [[noreturn]] void Invalid(const Call& call, const std::string& why = "") const;
     void SetLength(std::int64_t length, const Call& call);
     void ScaleRate(std::uint64_t multiplier, std::uint64_t divisor);
-    std::string HostPathOf(const std::string& path, const std::string& relativeTo) const;
+    static std::string PathOf(const std::string& path, const std::string& relativeTo);
 
     void Ignore(const Call& call);
     void Passthrough(const Call& call);
@@ -105,8 +107,8 @@ private:
     void Crop(const Call& call);
     void AddBorders(const Call& call);
 
-    std::string scriptHost_;
-    const PathSpace& paths_;
+    std::string script_;
+    const platform::FileSystem& files_;
     Clip clip_;
 };
 
@@ -139,7 +141,7 @@ const ScriptEvaluator::Function ScriptEvaluator::kFunctions[] = {
 };
 
 void ScriptEvaluator::Apply(const Call& call) {
-    const std::string upper = ToUpperAscii(call.Name);
+    const std::string upper = platform::ToUpperAscii(call.Name);
     for (const Function& function : kFunctions) {
         if (upper == function.Name) {
             (this->*function.Run)(call);
@@ -209,12 +211,13 @@ void ScriptEvaluator::ScaleRate(std::uint64_t multiplier, std::uint64_t divisor)
     clip_.Rate = MakeFrameRate(clip_.Rate.Numerator * multiplier, clip_.Rate.Denominator * divisor);
 }
 
-std::string ScriptEvaluator::HostPathOf(const std::string& path, const std::string& relativeTo) const {
-    if (PathSpace::IsDrivePath(path)) return paths_.ToHost(path);
-    std::string relative = path;
-    for (char& c : relative) c = c == '\\' ? '/' : c;
-    if (!relative.empty() && relative.front() == '/') return relative;
-    return (std::filesystem::path(relativeTo).parent_path() / relative).lexically_normal().string();
+// A path of a script or project file as Windows resolves it: a drive path
+// as it is, "\\..." on the drive of the file that names it, anything else
+// from that file's folder.
+std::string ScriptEvaluator::PathOf(const std::string& path, const std::string& relativeTo) {
+    if (platform::PathSpace::IsDrivePath(path)) return path;
+    if (!path.empty() && (path.front() == '\\' || path.front() == '/')) return relativeTo.substr(0, 2) + path;
+    return relativeTo.substr(0, relativeTo.find_last_of("\\/") + 1) + path;
 }
 
 void ScriptEvaluator::Ignore(const Call& call) {
@@ -233,14 +236,16 @@ void ScriptEvaluator::Mpeg2Source(const Call& call) {
     const Value* d2v = Named(call, "D2V");
     if (d2v == nullptr) d2v = Positional(call, 0);
     if (d2v == nullptr || d2v->Kind != ValueKind::String) Invalid(call, "it takes the D2V file name as a string");
-    const std::string d2vHost = HostPathOf(d2v->Text, scriptHost_);
-    const D2vProject project = ReadD2vProject(d2vHost);
+    const std::string d2vPath = PathOf(d2v->Text, script_);
+    const D2vProject project = ReadD2vProject(files_, d2vPath);
     clip_.Width = project.Width;
     clip_.Height = project.Height;
     if (clip_.Width == 0) {
-        const PictureSize size = ReadSequenceHeaderSize(HostPathOf(project.Files.front(), d2vHost));
-        clip_.Width = size.Width;
-        clip_.Height = size.Height;
+        // The older tool's project does not state the picture size.
+        const SequenceHeader header =
+            ReadFirstSequenceHeader(files_, PathOf(project.Files.front(), d2vPath), kSequenceSearchBytes);
+        clip_.Width = header.Width;
+        clip_.Height = header.Height;
     }
     clip_.Length = project.Frames;
     clip_.Rate = project.Rate;
@@ -262,7 +267,7 @@ FrameRate ScriptEvaluator::RateArgument(const Call& call) const {
             {"NTSC_QUAD", 120000, 1001}, {"FILM", 24, 1},             {"PAL_FILM", 25, 1},
             {"PAL_VIDEO", 25, 1},        {"PAL_DOUBLE", 50, 1},       {"PAL_QUAD", 100, 1},
         };
-        const std::string upper = ToUpperAscii(first->Text);
+        const std::string upper = platform::ToUpperAscii(first->Text);
         for (const Preset& preset : kPresets) {
             if (upper == preset.Name) return {preset.Numerator, preset.Denominator};
         }
@@ -449,20 +454,24 @@ AviStreamInfo ErrorClip(const std::string& error) {
 
 }  // namespace
 
-AviStreamInfo ReadAviStreamInfo(const std::string& scriptHostPath, const PathSpace& paths) {
-    const std::string label = "Script \"" + scriptHostPath + "\"";
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(scriptHostPath, ec)) {
-        return ErrorClip("Cannot open the script \"" + scriptHostPath + "\": there is no such file.");
+AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath) {
+    const std::string label = "Script \"" + scriptPath + "\"";
+    std::string text;
+    try {
+        if (!files.FileExists(scriptPath)) {
+            return ErrorClip("Cannot open the script \"" + scriptPath + "\": there is no such file.");
+        }
+        text = files.ReadText(scriptPath);
+    } catch (const Error& error) {
+        return ErrorClip("Cannot read the script \"" + scriptPath + "\": " + error.what());
     }
-    std::ifstream in(scriptHostPath, std::ios::binary);
-    if (!in) return ErrorClip("Cannot open the script \"" + scriptHostPath + "\".");
 
-    ScriptEvaluator evaluator(scriptHostPath, paths);
-    std::string line;
-    int number = 0;
-    while (std::getline(in, line)) {
-        ++number;
+    ScriptEvaluator evaluator(scriptPath, files);
+    std::size_t start = 0;
+    for (int number = 1; start < text.size(); ++number) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        std::string line = text.substr(start, end - start);
+        start = end + 1;
         if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);  // UTF-8 mark
         try {
             for (const Call& call : ParseScriptLine(line)) evaluator.Apply(call);
@@ -472,7 +481,6 @@ AviStreamInfo ReadAviStreamInfo(const std::string& scriptHostPath, const PathSpa
             return ErrorClip(label + ", line " + std::to_string(number) + ": " + error.what() + ".");
         }
     }
-    if (in.bad()) return ErrorClip("Cannot read the script \"" + scriptHostPath + "\".");
 
     const Clip& clip = evaluator.Result();
     if (!clip.Present) return ErrorClip(label + ": the script's return value was not a video clip.");
@@ -485,4 +493,4 @@ AviStreamInfo ReadAviStreamInfo(const std::string& scriptHostPath, const PathSpa
     return info;
 }
 
-}  // namespace kestrova::platform
+}  // namespace kestrova

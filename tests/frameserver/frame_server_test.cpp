@@ -2,7 +2,7 @@
 // frames the decoder delivers from their picture flags, the scripts the job
 // writes (plain, interlaced, telecine, hybrid, conversion), and the error
 // clip for every way a script can fail, including damaged project files.
-#include "platform/frame_server.h"
+#include "frameserver/frame_server.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/d2v_file.h"
+#include "frameserver/d2v_file.h"
+#include "frameserver/mpeg_header.h"
 #include "platform/error.h"
 #include "support/temp_folder.h"
 
-namespace kestrova::platform {
+namespace kestrova {
 namespace {
 
 const char* const kD2vPath = "K:\\JOB\\FRAMESERVING\\001.d2v";
@@ -67,7 +68,7 @@ std::string SequenceHeaderStream(int width, int height) {
     std::string bytes("\0\0\0\0\0\1\xB3", 7);  // stuffing before the start code
     bytes += {static_cast<char>(width >> 4), static_cast<char>(((width & 0x0F) << 4) | (height >> 8)),
               static_cast<char>(height & 0xFF)};
-    return bytes + std::string("\x23\x05\x86\xE0\0\0\1\xB7", 8);
+    return bytes + std::string("\x23\x05\x86\xE0\0\0\0\1\xB7", 9);
 }
 
 // Script lines as the job writes them: header, source, filters, footer, end mark.
@@ -84,7 +85,7 @@ class FrameServerTest : public ::testing::Test {
 protected:
     AviStreamInfo Run(const std::string& script) {
         folder_.Write("JOB/FRAMESERVING/001.avs", script);
-        return ReadAviStreamInfo(folder_.Host("JOB/FRAMESERVING/001.avs"), paths_);
+        return ReadAviStreamInfo(files_, "K:\\JOB\\FRAMESERVING\\001.avs");
     }
     // "720x576 25/1 75", or the error for an error clip.
     std::string Shape(const std::string& script) {
@@ -104,7 +105,8 @@ protected:
     void WriteM2v(const std::string& bytes) { folder_.Write("JOB/DEMUXED/001.M2V", bytes); }
 
     test::TempFolder folder_;
-    PathSpace paths_ = folder_.Drives();
+    platform::PathSpace paths_ = folder_.Drives();
+    platform::FileSystem files_{paths_};
 };
 
 TEST(D2vProject, FlagTokensFollowEachToolsRules) {
@@ -255,7 +257,7 @@ TEST_F(FrameServerTest, FailuresGiveTheErrorClipWithTheirCause) {
     for (const auto& [filters, mentions] : cases) ExpectErrorClip(Run(Script(filters)), mentions);
     ExpectErrorClip(Run("Telecide()\r\n" + Script("")), "source line must come first");
     ExpectErrorClip(Run("# nothing but a comment\r\n\r\n"), "not a video clip");
-    ExpectErrorClip(ReadAviStreamInfo(folder_.Host("none.avs"), paths_), "none.avs");
+    ExpectErrorClip(ReadAviStreamInfo(files_, "K:\\none.avs"), "none.avs");
     ExpectErrorClip(Run("Mpeg2Source(\"Q:\\001.d2v\")"), "Q:");  // drive not mapped
 }
 
@@ -291,6 +293,17 @@ TEST_F(FrameServerTest, DamagedProjectFilesNeverCrash) {
     }
 }
 
+// The aspect check reads the first header only when its start code lies in the first 2048 bytes.
+TEST_F(FrameServerTest, TheFirstSequenceHeaderIsLookedForInTheSearchedBytes) {
+    const auto headerAt = [this](std::size_t offset) {
+        WriteM2v(std::string(offset, '\xFF') + SequenceHeaderStream(720, 576).substr(3) + std::string(200, '\xFF'));
+        return ReadFirstSequenceHeader(files_, kM2vPath, 2048);
+    };
+    EXPECT_EQ(headerAt(2044).AspectRatioCode, 2);
+    EXPECT_EQ(headerAt(2044).Offset, 2044u);
+    EXPECT_THROW(headerAt(2045), Error);
+}
+
 TEST_F(FrameServerTest, SizeOfARealMpeg2Stream) {
     if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     folder_.Write("JOB/DEMUXED/.keep", "");
@@ -302,4 +315,4 @@ TEST_F(FrameServerTest, SizeOfARealMpeg2Stream) {
 }
 
 }  // namespace
-}  // namespace kestrova::platform
+}  // namespace kestrova

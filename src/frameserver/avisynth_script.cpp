@@ -1,11 +1,11 @@
 // Avisynth script lines: see avisynth_script.h.
-#include "platform/avisynth_script.h"
+#include "frameserver/avisynth_script.h"
 
 #include <cstdlib>
 
 #include "platform/path_space.h"
 
-namespace kestrova::platform {
+namespace kestrova {
 
 namespace {
 
@@ -87,7 +87,7 @@ private:
             if (pos_ < text_.size() && text_[pos_] == '=' && (pos_ + 1 >= text_.size() || text_[pos_ + 1] != '=')) {
                 ++pos_;
                 SkipBlanks();
-                argument.Name = ToUpperAscii(name);
+                argument.Name = platform::ToUpperAscii(name);
             } else {
                 pos_ = start;
             }
@@ -113,7 +113,7 @@ private:
         if (IsDigit(c) || c == '-' || c == '+' || c == '.') return ParseNumber();
         if (IsNameStart(c)) {
             const std::string word = ParseName();
-            const std::string upper = ToUpperAscii(word);
+            const std::string upper = platform::ToUpperAscii(word);
             if (upper == "TRUE" || upper == "FALSE") {
                 value.Kind = ValueKind::Bool;
                 value.Flag = upper == "TRUE";
@@ -156,4 +156,4 @@ private:
 
 std::vector<Call> ParseScriptLine(const std::string& line) { return LineParser(line).Parse(); }
 
-}  // namespace kestrova::platform
+}  // namespace kestrova

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace kestrova::platform {
+namespace kestrova {
 
 // A fault in a script line, said as a phrase ("there is no function named
 // \"Foo\""); the evaluator adds the script and the line number.
@@ -40,4 +40,4 @@ struct Call {
 // Throws ScriptFault for a line that is not a call.
 std::vector<Call> ParseScriptLine(const std::string& line);
 
-}  // namespace kestrova::platform
+}  // namespace kestrova

@@ -1,10 +1,8 @@
-// D2V project files and MPEG sequence headers: see d2v_file.h.
-#include "platform/d2v_file.h"
+// D2V project files: see d2v_file.h.
+#include "frameserver/d2v_file.h"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <numeric>
 #include <optional>
@@ -12,11 +10,9 @@
 
 #include "platform/error.h"
 
-namespace kestrova::platform {
+namespace kestrova {
 
 namespace {
-
-constexpr std::size_t kSequenceSearchLimit = 4 * 1024 * 1024;
 
 // Where each variant keeps its lines, counted from 0, and where the flag
 // tokens of a data line begin.
@@ -30,19 +26,6 @@ struct D2vLayout {
 
 constexpr D2vLayout kDvd2aviLayout{"DVD2AVI", 10, 11, 13, 5};
 constexpr D2vLayout kDGIndexLayout{"DGIndex", 12, 13, 14, 6};
-
-// Opens a host file for reading; a folder or a missing file is refused
-// with a sentence saying what was expected there.
-std::ifstream OpenHostFile(const std::string& hostPath, const char* what) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(hostPath, ec)) {
-        throw Error(std::string("Cannot open the ") + what + " \"" + hostPath + "\": " +
-                    (std::filesystem::exists(hostPath, ec) ? "it is not a file" : "there is no such file"));
-    }
-    std::ifstream in(hostPath, std::ios::binary);
-    if (!in) throw Error(std::string("Cannot open the ") + what + " \"" + hostPath + "\"");
-    return in;
-}
 
 std::vector<std::string> SplitLines(const std::string& text) {
     std::vector<std::string> lines;
@@ -338,43 +321,12 @@ D2vProject ParseD2vProject(const std::string& text, const std::string& name) {
     return project;
 }
 
-D2vProject ReadD2vProject(const std::string& hostPath) {
-    std::ifstream in = OpenHostFile(hostPath, "D2V project file");
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw Error("Cannot read the D2V project file \"" + hostPath + "\"");
-    return ParseD2vProject(text, hostPath);
-}
-
-PictureSize ReadSequenceHeaderSize(const std::string& hostPath) {
-    std::ifstream in = OpenHostFile(hostPath, "MPEG video file");
-    std::error_code ec;
-    const std::uintmax_t fileSize = std::filesystem::file_size(hostPath, ec);
-    const std::uintmax_t wanted = ec ? kSequenceSearchLimit : std::min<std::uintmax_t>(fileSize, kSequenceSearchLimit);
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(wanted));
-    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (in.bad()) throw Error("Cannot read the MPEG video file \"" + hostPath + "\"");
-    bytes.resize(static_cast<std::size_t>(in.gcount()));
-
-    for (std::size_t at = 0; at + 4 <= bytes.size(); ++at) {
-        if (bytes[at] != 0 || bytes[at + 1] != 0 || bytes[at + 2] != 1 || bytes[at + 3] != 0xB3) continue;
-        if (at + 7 > bytes.size()) {
-            throw Error("The sequence header at offset " + std::to_string(at) + " of \"" + hostPath +
-                        "\" is cut short; expected 3 bytes of picture size after it");
-        }
-        // 12 bits of horizontal size, then 12 bits of vertical size.
-        PictureSize size;
-        size.Width = (bytes[at + 4] << 4) | (bytes[at + 5] >> 4);
-        size.Height = ((bytes[at + 5] & 0x0F) << 8) | bytes[at + 6];
-        if (size.Width == 0 || size.Height == 0) {
-            throw Error("The sequence header at offset " + std::to_string(at) + " of \"" + hostPath +
-                        "\" gives a picture size of " + std::to_string(size.Width) + "x" +
-                        std::to_string(size.Height) + "; expected both above 0");
-        }
-        return size;
+D2vProject ReadD2vProject(const platform::FileSystem& files, const std::string& path) {
+    if (!files.FileExists(path)) {
+        throw Error("Cannot open the D2V project file \"" + path + "\": " +
+                    (files.FolderExists(path) ? "it is not a file" : "there is no such file"));
     }
-    throw Error("The MPEG video file \"" + hostPath + "\" holds no sequence header (00 00 01 B3) in its first " +
-                std::to_string(bytes.size()) +
-                " bytes");
+    return ParseD2vProject(files.ReadText(path), path);
 }
 
-}  // namespace kestrova::platform
+}  // namespace kestrova

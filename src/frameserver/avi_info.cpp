@@ -1,14 +1,14 @@
 // Frame server queries: see avi_info.h.
-#include "job/avi_info.h"
+#include "frameserver/avi_info.h"
 
-#include "platform/frame_server.h"
+#include "frameserver/frame_server.h"
 
 namespace kestrova {
 
 namespace {
 
-platform::AviStreamInfo Info(JobContext& job, const std::string& scriptPath) {
-    return platform::ReadAviStreamInfo(job.Files.ToHost(scriptPath), job.Files.Paths());
+AviStreamInfo Info(JobContext& job, const std::string& scriptPath) {
+    return ReadAviStreamInfo(job.Files, scriptPath);
 }
 
 }  // namespace

@@ -2,8 +2,7 @@
 // read the way the MPEG-2 source filter reads it: the variant, the file
 // list, the field operation, the frame rate, the picture size where the
 // file states it, and the frames the decoder delivers from the picture
-// flags. Also the picture size of an MPEG-2 elementary stream, taken from
-// its first sequence header, for project files that do not state it.
+// flags.
 #pragma once
 
 #include <array>
@@ -11,7 +10,9 @@
 #include <string>
 #include <vector>
 
-namespace kestrova::platform {
+#include "platform/files.h"
+
+namespace kestrova {
 
 // A frame rate as a reduced fraction, as a video stream carries it.
 struct FrameRate {
@@ -54,18 +55,7 @@ struct D2vProject {
 // unusable file list or rate, or no pictures at all.
 D2vProject ParseD2vProject(const std::string& text, const std::string& name);
 
-// Reads and parses a project file on the host.
-D2vProject ReadD2vProject(const std::string& hostPath);
+// Reads and parses the project file at the drive path `path`.
+D2vProject ReadD2vProject(const platform::FileSystem& files, const std::string& path);
 
-struct PictureSize {
-    std::int32_t Width = 0;
-    std::int32_t Height = 0;
-};
-
-// The horizontal and vertical size of the first sequence header (00 00 01
-// B3) in the first 4 MiB of an MPEG-1/2 elementary or program stream.
-// Throws Error naming the file (and offset) when it cannot be read, holds no
-// header there, or the header is cut short or gives a zero size.
-PictureSize ReadSequenceHeaderSize(const std::string& hostPath);
-
-}  // namespace kestrova::platform
+}  // namespace kestrova
