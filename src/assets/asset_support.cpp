@@ -21,26 +21,6 @@ std::string CommandLinePath(const JobContext& job, const std::string& path) {
     return shortPath.find(' ') == std::string::npos ? shortPath : "\"" + shortPath + "\"";
 }
 
-std::string JoinPath(const std::string& folder, const std::string& name) {
-    if (folder.empty()) return name;
-    return folder.back() == '\\' ? folder + name : folder + "\\" + name;
-}
-
-std::string WithoutExtension(const std::string& name) {
-    const auto dot = name.rfind('.');
-    const auto slash = name.find_last_of("\\/");
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return name;
-    return name.substr(0, dot);
-}
-
-bool ContainsIgnoreCase(const std::string& text, const std::string& part) {
-    return platform::ToUpperAscii(text).find(platform::ToUpperAscii(part)) != std::string::npos;
-}
-
-bool StartsWithIgnoreCase(const std::string& text, const std::string& start) {
-    return text.size() >= start.size() && platform::EqualsIgnoreCase(text.substr(0, start.size()), start);
-}
-
 VTS_Properties& CurrentDomain(JobContext& job) {
     if (job.DomainIndex < 1 || static_cast<std::size_t>(job.DomainIndex) > job.DiscModel.Count()) {
         throw Error("The asset stage was asked for domain " + std::to_string(job.DomainIndex) +

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "job/context.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -19,14 +20,11 @@ void RunOutsideTool(JobContext& job, const std::string& commandLine, std::int16_
 // quoted so the line still names one program or file.
 std::string CommandLinePath(const JobContext& job, const std::string& path);
 
-// "K:\A" + "b" -> "K:\A\b"; a folder that already ends in "\" gets none more.
-std::string JoinPath(const std::string& folder, const std::string& name);
-
-// The text before the last "." of the last path part ("001.M2V" -> "001").
-std::string WithoutExtension(const std::string& name);
-
-bool ContainsIgnoreCase(const std::string& text, const std::string& part);
-bool StartsWithIgnoreCase(const std::string& text, const std::string& start);
+// The path and name helpers the asset stages share.
+using platform::ContainsIgnoreCase;
+using platform::JoinPath;
+using platform::StartsWithIgnoreCase;
+using platform::WithoutExtension;
 
 // The domain being worked on (DomainIndex), checked against the model.
 VTS_Properties& CurrentDomain(JobContext& job);

@@ -9,15 +9,6 @@
 
 namespace kestrova {
 
-namespace {
-
-std::string NameOf(const std::string& path) {
-    const auto slash = path.find_last_of('\\');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-}  // namespace
-
 void FalsePgcCheck(JobContext& job) {
     auto& domain = CurrentDomain(job);
     // Each use of a VOB by a cell of a PGC, in order.
@@ -60,7 +51,7 @@ void FalsePgcCheck(JobContext& job) {
 DummyCellStages DummyCellMeasurement() {
     DummyCellStages stages;
     stages.DemuxByCell = [](JobContext& job, const std::string& VobPath) {
-        const std::string name = NameOf(VobPath);
+        const std::string name = platform::FileNameOf(VobPath);
         if (job.State().Pgcdemux != 0) {
             EnablePGCDemuxing(job, VobPath, name, true);
         } else if (!EnableDemuxing(job, VobPath, name, true)) {

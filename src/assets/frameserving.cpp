@@ -2,8 +2,6 @@
 // see frameserving.h.
 #include "assets/frameserving.h"
 
-#include <cstdlib>
-
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
 #include "job/log_writers.h"
@@ -13,15 +11,6 @@
 namespace kestrova {
 
 namespace {
-
-// The number a log value starts with, as the tools print it ("1234",
-// " 96.5%"); 0 when it starts with none.
-double LeadingNumber(const std::string& text) {
-    const char* start = text.c_str();
-    char* end = nullptr;
-    const double value = std::strtod(start, &end);
-    return end == start ? 0.0 : value;
-}
 
 std::string IndexCommandTail(const JobContext& job, const std::string& M2vPath, const std::string& Name) {
     return " -YR=1 -TN=1 -IF=[" + M2vPath + "] -DRC=0 -OF=[" + job.WorkFolder + "\\FRAMESERVING\\" +
@@ -57,7 +46,7 @@ FrameServerLog ReadFrameServerLog(JobContext& job, const std::string& LogPath) {
         const auto equals = line.find('=');
         if (line.size() < 3 || equals == std::string::npos) continue;
         const std::string key = platform::ToUpperAscii(line.substr(0, 3));
-        const double value = LeadingNumber(line.substr(equals + 1));
+        const double value = platform::LeadingNumber(line.substr(equals + 1));
         const auto whole = static_cast<std::int32_t>(value);
         if (key == "D2V") {
             log.Frames = whole == 0 ? 1 : whole;

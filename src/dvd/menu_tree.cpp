@@ -14,7 +14,11 @@
 namespace kestrova {
 
 using platform::EqualsIgnoreCase;
+using platform::FileNameOf;
+using platform::JoinPath;
+using platform::StartsWithIgnoreCase;
 using platform::ToUpperAscii;
+using platform::WithExtension;
 
 // ---------------------------------------------------------------------------
 // Filling the tree
@@ -22,28 +26,6 @@ using platform::ToUpperAscii;
 namespace {
 
 const std::string kRootKey = "chk";
-
-std::string JoinPath(const std::string& folder, const std::string& name) {
-    if (folder.empty()) return name;
-    return folder.back() == '\\' ? folder + name : folder + "\\" + name;
-}
-
-std::string FileNameOf(const std::string& path) {
-    const auto slash = path.rfind('\\');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-// The same path with another ending: "…\VTS_01_0.VOB" to "…\VTS_01_0.IFO".
-std::string WithExtension(const std::string& path, const std::string& extension) {
-    const auto dot = path.rfind('.');
-    const auto slash = path.rfind('\\');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return path + extension;
-    return path.substr(0, dot) + extension;
-}
-
-bool StartsWithIgnoreCase(const std::string& text, const std::string& prefix) {
-    return text.size() >= prefix.size() && EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
-}
 
 bool IsFileKey(const std::string& key) { return (key.size() == 4 || key.size() == 5) && key.rfind(kRootKey, 0) == 0; }
 

@@ -1,5 +1,6 @@
 // Lists made beside the command decoder: GETUOP, the names of a
 // user-operation mask, and GetTitleCommands, the commands that reach a title.
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -9,6 +10,7 @@
 #include "dvd/vm_commands.h"
 #include "job/context.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace kestrova {
@@ -16,23 +18,13 @@ namespace {
 
 constexpr const char* kModule = "VMCommands";
 
-// The digits at the start of a text read as a number (0 when there are
-// none), held to the range of a 16-bit field.
-std::int16_t LeadingNumber(std::string_view text) {
-    int value = 0;
-    for (char digit : text) {
-        if (digit < '0' || digit > '9') break;
-        value = value * 10 + (digit - '0');
-        if (value > std::numeric_limits<std::int16_t>::max()) return std::numeric_limits<std::int16_t>::max();
-    }
-    return static_cast<std::int16_t>(value);
-}
-
-// The number behind a marker in the text; 0 when the marker is missing.
+// The number behind a marker in the text, held to the range of a 16-bit
+// field; 0 when the marker is missing.
 std::int16_t NumberBehind(const std::string& text, const std::string& marker) {
     const std::size_t at = text.find(marker);
     if (at == std::string::npos) return 0;
-    return LeadingNumber(std::string_view(text).substr(at + marker.size()));
+    const std::int64_t number = platform::LeadingWholeNumber(std::string_view(text).substr(at + marker.size()));
+    return static_cast<std::int16_t>(std::clamp<std::int64_t>(number, 0, std::numeric_limits<std::int16_t>::max()));
 }
 
 const char* const kUserOperations[] = {

@@ -10,6 +10,7 @@
 
 #include "job/context.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace kestrova {
@@ -18,13 +19,6 @@ namespace {
 constexpr const char* kModule = "VMCommands";
 
 std::string Dec(int value) { return std::to_string(value); }
-
-int HexDigitValue(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return -1;
-}
 
 // A whole number nearest to numerator / denominator; halves go to the even
 // neighbour.
@@ -317,8 +311,8 @@ std::string SetCommand(const Command& command) {
 }  // namespace
 
 int CommandByteValue(std::string_view text, std::string_view name) {
-    const int high = text.size() == 2 ? HexDigitValue(text[0]) : -1;
-    const int low = text.size() == 2 ? HexDigitValue(text[1]) : -1;
+    const int high = text.size() == 2 ? platform::HexDigitValue(text[0]) : -1;
+    const int low = text.size() == 2 ? platform::HexDigitValue(text[1]) : -1;
     if (high < 0 || low < 0) {
         throw Error("The command byte " + std::string(name) + " is \"" + std::string(text) +
                     "\"; two hexadecimal digits were expected.");

@@ -4,18 +4,13 @@
 #include <algorithm>
 
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova {
 namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 
-int HexValue(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return -1;
-}
 
 void RequireBinary(std::string_view binary) {
     for (char digit : binary) {
@@ -58,7 +53,7 @@ std::string HexToBin(std::string_view hex) {
     std::string binary;
     binary.reserve(hex.size() * 4);
     for (char digit : hex) {
-        const int value = HexValue(digit);
+        const int value = platform::HexDigitValue(digit);
         if (value < 0) {
             throw Error("The text \"" + std::string(hex) + "\" holds \"" + std::string(1, digit) +
                         "\", which is not a hexadecimal digit.");

@@ -1,28 +1,19 @@
 // Command-line forms: see command_line.h.
 #include "job/command_line.h"
 
-#include <cstdlib>
 #include <vector>
 
 #include "platform/error.h"
-#include "platform/path_space.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
+using platform::LeadingWholeNumber;
+using platform::StartsWithIgnoreCase;
 using platform::ToUpperAscii;
+using platform::Trim;
 
 namespace {
-
-bool StartsWithIgnoreCase(const std::string& text, const std::string& prefix) {
-    return text.size() >= prefix.size() && ToUpperAscii(text.substr(0, prefix.size())) == ToUpperAscii(prefix);
-}
-
-std::string Trim(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) return {};
-    const auto last = text.find_last_not_of(" \t\r\n");
-    return text.substr(first, last - first + 1);
-}
 
 std::vector<std::string> Words(const std::string& text) {
     std::vector<std::string> words;
@@ -39,14 +30,6 @@ std::vector<std::string> Words(const std::string& text) {
     return words;
 }
 
-// The leading number of a text, as a reading of digits with an optional
-// sign; text without one reads as 0.
-long long LeadingNumber(const std::string& text) {
-    const std::string trimmed = Trim(text);
-    char* end = nullptr;
-    const long long value = std::strtoll(trimmed.c_str(), &end, 10);
-    return end == trimmed.c_str() ? 0 : value;
-}
 
 // The text behind "=", or nothing when the token has none.
 bool ValueOf(const std::string& token, std::string& value) {
@@ -85,11 +68,11 @@ void TakeToken(JobContext& job, const std::string& token, CommandLineResult& res
     } else if (word == "REJI") {
         state.Rejig = -1;
     } else if (word == "COMP") {
-        if (ValueOf(token, value)) state.Rejig_Compression = static_cast<std::int16_t>(LeadingNumber(value));
+        if (ValueOf(token, value)) state.Rejig_Compression = static_cast<std::int16_t>(LeadingWholeNumber(value));
     } else if (word == "PASS") {
-        if (ValueOf(token, value)) state.Passes = static_cast<std::int16_t>(LeadingNumber(value));
+        if (ValueOf(token, value)) state.Passes = static_cast<std::int16_t>(LeadingWholeNumber(value));
     } else if (word == "AVEB") {
-        if (ValueOf(token, value)) state.Ave_Bitrate = static_cast<std::int32_t>(LeadingNumber(value));
+        if (ValueOf(token, value)) state.Ave_Bitrate = static_cast<std::int32_t>(LeadingWholeNumber(value));
     } else if (word == "STAR") {
         result.StartRequested = true;
     } else if (word == "PATH") {
@@ -104,7 +87,7 @@ void TakeToken(JobContext& job, const std::string& token, CommandLineResult& res
     } else if (word == "DEIN") {
         state.Deinterlace = -1;
     } else if (word == "THRE") {
-        if (ValueOf(token, value)) state.Threshold = static_cast<std::int32_t>(LeadingNumber(value) * 1024000);
+        if (ValueOf(token, value)) state.Threshold = static_cast<std::int32_t>(LeadingWholeNumber(value) * 1024000);
     }
 }
 
@@ -138,12 +121,12 @@ void TakeIniLine(JobContext& job, const std::string& raw) {
             state.MultiPass = -1;
         }
     } else if (key == "*CCEPASSES") {
-        state.Passes = static_cast<std::int16_t>(LeadingNumber(second));
+        state.Passes = static_cast<std::int16_t>(LeadingWholeNumber(second));
     } else if (key == "*REJIGCOMPRESSION") {
         state.Rejig = -1;
-        state.Rejig_Compression = static_cast<std::int16_t>(LeadingNumber(second.substr(0, second.find('%'))));
+        state.Rejig_Compression = static_cast<std::int16_t>(LeadingWholeNumber(second.substr(0, second.find('%'))));
     } else if (key == "*AVERAGEBITRATE") {
-        state.Ave_Bitrate = static_cast<std::int32_t>(LeadingNumber(second));
+        state.Ave_Bitrate = static_cast<std::int32_t>(LeadingWholeNumber(second));
     } else if (key == "*WORKINGFOLDER") {
         job.WorkFolder = second;
         job.Text2 = second;

@@ -2,6 +2,7 @@
 #include "job/journal.h"
 
 #include "platform/path_space.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -29,13 +30,6 @@ std::string FirstPiece(const std::string& text, const std::string& separator) {
     return at == std::string::npos ? text : text.substr(0, at);
 }
 
-int LeadingNumber(const std::string& text) {
-    int value = 0;
-    std::size_t i = 0;
-    while (i < text.size() && text[i] == ' ') ++i;
-    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) value = value * 10 + (text[i] - '0');
-    return value;
-}
 
 }  // namespace
 
@@ -128,7 +122,7 @@ void LoadData(JobContext& job, const std::string& choice) {
         mark = SecondPiece(SecondPiece(choice, "VID"), " - ");
     } else {
         const std::string afterVts = SecondPiece(choice, "VTS");
-        state.RecoveryVTS = static_cast<std::int16_t>(LeadingNumber(FirstPiece(afterVts, " - ")) + 1);
+        state.RecoveryVTS = static_cast<std::int16_t>(platform::LeadingWholeNumber(FirstPiece(afterVts, " - ")) + 1);
         mark = SecondPiece(afterVts, " - ");
     }
     if (const int stage = StageOfMark(mark); stage >= 0) state.RecoveryModule = static_cast<std::int16_t>(stage);

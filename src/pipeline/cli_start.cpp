@@ -12,16 +12,14 @@
 #include "job/tool_runner.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
+#include "platform/text.h"
 #include "platform/terminal.h"
 
 namespace kestrova {
 
-namespace {
+using platform::StartsWithIgnoreCase;
 
-bool StartsWithIgnoreCase(const std::string& text, const std::string& prefix) {
-    return text.size() >= prefix.size() &&
-           platform::EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
-}
+namespace {
 
 std::string AsDrivePath(const JobContext& job, const std::string& path) {
     return !path.empty() && path.front() == '/' ? job.Files.Paths().ToWindows(path) : path;

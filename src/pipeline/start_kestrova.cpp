@@ -19,6 +19,7 @@
 #include "job/version.h"
 #include "muxman/layout.h"
 #include "platform/error.h"
+#include "platform/text.h"
 #include "scenarist/authoring_run.h"
 #include "scenarist/script_driver.h"
 #include "subpicture/buttons.h"
@@ -30,7 +31,9 @@
 
 namespace kestrova {
 
+using platform::FileNameOf;
 using platform::RegistryRoot;
+using platform::WithoutExtension;
 
 namespace {
 
@@ -40,12 +43,6 @@ enum class Flow { Next, Leave };
 
 bool Stopped(const JobContext& job) { return job.StopRequested != 0; }
 
-std::string FileNameOf(const std::string& path) {
-    const auto slash = path.find_last_of('\\');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string WithoutExtension(const std::string& name) { return name.substr(0, name.rfind('.')); }
 
 void DeleteIfExists(JobContext& job, const std::string& path) {
     if (job.Files.FileExists(path)) job.Files.DeleteFile(path);

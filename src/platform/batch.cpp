@@ -5,6 +5,7 @@
 
 #include "platform/command_line.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova::platform {
 
@@ -12,14 +13,6 @@ namespace {
 
 // Batch files calling batch files deeper than this are taken as a loop.
 constexpr int kMaxCallDepth = 16;
-
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-
-std::string TrimLeft(const std::string& text) {
-    std::size_t start = 0;
-    while (start < text.size() && IsBlank(text[start])) ++start;
-    return text.substr(start);
-}
 
 // The first blank-separated word and the text after it.
 std::pair<std::string, std::string> FirstWord(const std::string& line) {

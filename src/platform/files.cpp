@@ -16,14 +16,13 @@
 #include <system_error>
 
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova::platform {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-char UpperLetter(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
 
 std::string Reason(int error) { return std::generic_category().message(error); }
 

@@ -64,13 +64,6 @@ std::string ReadMagic(const std::string& hostPath) {
 
 }  // namespace
 
-std::string FileNameOf(const std::string& path) {
-    const auto slash = path.find_last_of("\\/");
-    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    if (slash == std::string::npos && PathSpace::IsDrivePath(name)) name.erase(0, 2);  // "C:x.exe"
-    return name;
-}
-
 std::string DefaultWindowTitle(const std::string& toolFileName) {
     for (const auto& entry : kDefaultTitles) {
         if (EqualsIgnoreCase(toolFileName, entry.FileName)) return entry.Title;

@@ -80,7 +80,4 @@ private:
 // by title ("DVDDecrypter.exe" -> "DVD Decrypter"); empty for the others.
 std::string DefaultWindowTitle(const std::string& toolFileName);
 
-// The last component of a Windows or host path.
-std::string FileNameOf(const std::string& path);
-
 }  // namespace kestrova::platform

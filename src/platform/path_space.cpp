@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-char UpperLetter(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
-
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 std::vector<std::string> SplitComponents(const std::string& rest) {
@@ -73,15 +71,6 @@ const char* KindWord(DriveKind kind) {
 }
 
 }  // namespace
-
-std::string ToUpperAscii(std::string text) {
-    for (auto& c : text) c = UpperLetter(c);
-    return text;
-}
-
-bool EqualsIgnoreCase(const std::string& left, const std::string& right) {
-    return left.size() == right.size() && ToUpperAscii(left) == ToUpperAscii(right);
-}
 
 PathSpace::PathSpace() { drives_.push_back({'Z', "/", DriveKind::Fixed}); }
 

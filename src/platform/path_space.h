@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/text.h"
+
 namespace kestrova::platform {
 
 // What a drive is taken for by the drive list: a source disc or a disk.
@@ -67,8 +69,5 @@ private:
     std::vector<DriveMapping> drives_;
 };
 
-// ASCII case folding used for every name comparison of the job.
-std::string ToUpperAscii(std::string text);
-bool EqualsIgnoreCase(const std::string& left, const std::string& right);
 
 }  // namespace kestrova::platform

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/path_space.h"
+#include "platform/text.h"
 #include "platform/text_encoding.h"
 
 namespace kestrova::platform {
@@ -50,27 +51,6 @@ std::vector<TextLine> SplitLines(const std::string& text) {
     return lines;
 }
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-
-std::string Trim(const std::string& text) {
-    std::size_t first = 0;
-    std::size_t last = text.size();
-    while (first < last && IsBlank(text[first])) ++first;
-    while (last > first && IsBlank(text[last - 1])) --last;
-    return text.substr(first, last - first);
-}
-
-bool StartsWithIgnoreCase(const std::string& text, std::size_t at, const std::string& word) {
-    return text.size() >= at + word.size() && EqualsIgnoreCase(text.substr(at, word.size()), word);
-}
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 [[noreturn]] void Fault(int line, const std::string& what) { throw RegistryTextFault{line, what}; }
 
 // "dword:" is followed by one to eight hex digits and nothing else.
@@ -79,7 +59,7 @@ std::uint32_t ReadDwordDigits(const std::string& digits, int line) {
     if (text.empty() || text.size() > 8) Fault(line, "a dword value needs one to eight hex digits");
     std::uint32_t number = 0;
     for (char c : text) {
-        const int digit = HexDigit(c);
+        const int digit = HexDigitValue(c);
         if (digit < 0) Fault(line, "a dword value holds \"" + text + "\", which is not hex digits");
         number = number * 16 + static_cast<std::uint32_t>(digit);
     }
@@ -99,10 +79,10 @@ std::string ReadHexBytes(const std::string& list, int line) {
     if (tokens.back().empty()) tokens.pop_back();
     for (const std::string& token : tokens) {
         if (token.empty()) Fault(line, "a hex value has an empty byte between commas");
-        if (token.size() > 2 || HexDigit(token[0]) < 0 || (token.size() == 2 && HexDigit(token[1]) < 0))
+        if (token.size() > 2 || HexDigitValue(token[0]) < 0 || (token.size() == 2 && HexDigitValue(token[1]) < 0))
             Fault(line, "a hex value holds \"" + token + "\", which is not a byte in hex");
-        int value = HexDigit(token[0]);
-        if (token.size() == 2) value = value * 16 + HexDigit(token[1]);
+        int value = HexDigitValue(token[0]);
+        if (token.size() == 2) value = value * 16 + HexDigitValue(token[1]);
         bytes += static_cast<char>(value);
     }
     return bytes;
@@ -194,12 +174,12 @@ RegistryChange ReadRegedit4Data(const std::vector<TextLine>& lines, std::size_t&
         value.Kind = RegistryValueKind::String;
         return change;
     }
-    if (StartsWithIgnoreCase(trimmed, 0, "dword:")) {
+    if (StartsWithIgnoreCase(trimmed, "dword:")) {
         value.Kind = RegistryValueKind::Dword;
         value.Number = ReadDwordDigits(trimmed.substr(6), number);
         return change;
     }
-    if (StartsWithIgnoreCase(trimmed, 0, "hex")) {
+    if (StartsWithIgnoreCase(trimmed, "hex")) {
         const std::string joined = JoinContinuation(lines, index, trimmed);
         const std::size_t colon = joined.find(':');
         if (colon == std::string::npos) Fault(number, "a hex value has no \":\"");
@@ -207,7 +187,7 @@ RegistryChange ReadRegedit4Data(const std::vector<TextLine>& lines, std::size_t&
         bool typeOk = type == "HEX";
         if (!typeOk && type.size() > 5 && type.compare(0, 4, "HEX(") == 0 && type.back() == ')') {
             typeOk = true;
-            for (std::size_t i = 4; i + 1 < type.size(); ++i) typeOk = typeOk && HexDigit(type[i]) >= 0;
+            for (std::size_t i = 4; i + 1 < type.size(); ++i) typeOk = typeOk && HexDigitValue(type[i]) >= 0;
         }
         if (!typeOk) Fault(number, "\"" + joined.substr(0, colon) + "\" is not a value type");
         const std::string bytes = ReadHexBytes(joined.substr(colon + 1), number);
@@ -366,8 +346,8 @@ std::string UnescapeWine(const std::string& text, int number) {
             case 'x': {
                 std::uint32_t unit = 0;
                 int digits = 0;
-                while (digits < 4 && i + 1 < text.size() && HexDigit(text[i + 1]) >= 0) {
-                    unit = unit * 16 + static_cast<std::uint32_t>(HexDigit(text[++i]));
+                while (digits < 4 && i + 1 < text.size() && HexDigitValue(text[i + 1]) >= 0) {
+                    unit = unit * 16 + static_cast<std::uint32_t>(HexDigitValue(text[++i]));
                     ++digits;
                 }
                 if (digits == 0) Fault(number, "a \\x escape has no hex digits");
@@ -421,19 +401,19 @@ void ReadWineValue(const std::vector<TextLine>& lines, std::size_t& index, Regis
     if (!data.empty() && data[0] == '"') {
         value.Kind = RegistryValueKind::String;
         quote = 0;
-    } else if (StartsWithIgnoreCase(data, 0, "str(")) {
+    } else if (StartsWithIgnoreCase(data, "str(")) {
         // str(2): an unexpanded text; other str(n) (multi-texts) are not read.
         const std::size_t colon = data.find("):\"");
         if (colon == std::string::npos) Fault(number, "a str() value has no quoted text");
         if (data.substr(4, colon - 4) != "2") return;
         value.Kind = RegistryValueKind::ExpandString;
         quote = colon + 2;
-    } else if (StartsWithIgnoreCase(data, 0, "dword:")) {
+    } else if (StartsWithIgnoreCase(data, "dword:")) {
         value.Kind = RegistryValueKind::Dword;
         value.Number = ReadDwordDigits(data.substr(6), number);
         key.SetValue(std::move(value));
         return;
-    } else if (StartsWithIgnoreCase(data, 0, "hex")) {
+    } else if (StartsWithIgnoreCase(data, "hex")) {
         // Binary and other types are of no use to Kestrova; skip them with
         // their continuation lines.
         JoinContinuation(lines, index, data);
