@@ -26,11 +26,10 @@ void SettingsEcho(JobContext& job) {
     if (avs.TelecineIVTC == 1) WLOG(job, "Perform IVTC on Telecine Sources");
     if (avs.HybridIVTC == 1) WLOG(job, "Perform IVTC on Hybrid Sources");
     if (o.Conversion == 1) WLOG(job, "Audio Bitrate for Conversions is : " + std::to_string(o.Audio_Bitrate));
-    if (o.Audio_SoftEncode == 1) {
-        WLOG(job, "Audio Conversions with SoftEncode");
-        WLOG(job, "Remove Registry Keys = " + std::to_string(o.Audio_DeleteRegistryKey));
-    }
+    if (o.Audio_SoftEncode == 1) WLOG(job, "Audio Conversions with SoftEncode");
     if (o.Audio_Besweet == 1) WLOG(job, "Audio Conversions with BeSweet");
+    // The registry keys removed are SoftEncode's, so the line applies with it.
+    if (o.Audio_SoftEncode == 1) WLOG(job, "Remove Registry Keys = " + std::to_string(o.Audio_DeleteRegistryKey));
 
     WLF(job, "scanning avisynth scripts");
     WLOG(job, "Header=" + avs.Avisynth_Header);
