@@ -36,6 +36,7 @@ bool IsSelectedMenu(const JobContext& job, const std::string& ifo) {
 }  // namespace
 
 void GetEncodedVideo(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "AssetMoves", "GetEncodedVideo");
     LogWindow(job, "Preparing Video Assets for Scenarist");
     const auto& options = job.Options();
     if (options.No_ReEncode != 0 || job.State().TemporaryOriginal != 0) return;
@@ -79,6 +80,7 @@ void MoveVideo(JobContext& job, const std::string& SubFolder, std::int16_t Domai
 }
 
 void CopyRemainingFiles(JobContext& job, bool OtherCopyMode) {
+    platform::TraceFrame frame(job.Trace, "AssetMoves", "CopyRemainingFiles");
     const auto& options = job.Options();
     LogWindow(job, options.EnableReBuilder == 1 ? "Copying ALL unprocessed files for ReBuilder"
                                                 : "Copying Unprocessed Files");

@@ -104,6 +104,7 @@ std::string CreateVOBName(int vob) { return ThreeDigits(vob); }
 std::string CreateCellName(int cell) { return ThreeDigits(cell); }
 
 void EnableFileRename(JobContext& job, const std::string& Folder) {
+    platform::TraceFrame frame(job.Trace, "AssetNames", "EnableFileRename");
     const std::string dest = AssetFolderFor(job, Folder);
     GetFileCount(job, Folder, "RENAME");
     const std::vector<std::string> entries = job.FileList;
@@ -131,6 +132,7 @@ void EnableFileRename(JobContext& job, const std::string& Folder) {
 }
 
 void MoveCellAudio(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "AssetNames", "MoveCellAudio");
     LogWindow(job, "Moving Audio if Required");
     const std::string demuxed = job.WorkFolder + "\\DEMUXED\\";
     const std::string byCell = job.WorkFolder + "\\DEMUXED_CELLID\\";
@@ -176,6 +178,7 @@ void RenameDummy(JobContext& job) {
 }
 
 void AudioRename(JobContext& job, const std::string& Folder, bool Fixed) {
+    platform::TraceFrame frame(job.Trace, "AssetNames", "AudioRename");
     const std::string dest = AssetFolderFor(job, Folder);
     const bool byCell = ContainsIgnoreCase(Folder, "DEMUXED_CELLID");
     GetFileCount(job, Folder, "AUDIORENAME");

@@ -13,6 +13,7 @@
 namespace kestrova {
 
 void GetIFODetails(JobContext& job, const std::string& SourceFolder) {
+    platform::TraceFrame frame(job.Trace, "DemuxStage", "GetIFODetails");
     std::string folder = SourceFolder;
     if (folder.size() > 3 && folder.back() == '\\') folder.pop_back();
     GetFileCount(job, folder, "COPY");
@@ -45,6 +46,7 @@ std::string DemuxAudioSelector(const VTS_Properties& domain) {
 }
 
 bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell) {
+    platform::TraceFrame frame(job.Trace, "DemuxStage", "EnableDemuxing");
     auto& state = job.State();
     state.Demuxing = -1;
     WLOG(job, "Decrypting VOB file");
@@ -72,6 +74,7 @@ bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::stri
 }
 
 bool EnablePGCDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell) {
+    platform::TraceFrame frame(job.Trace, "DemuxStage", "EnablePGCDemuxing");
     static_cast<void>(VobName);  // PgcDemux reads the domain through its IFO
     if (!job.Files.FileExists(job.ProgramFolder + "\\PgcDemux.exe")) return true;
     const std::string tool = CommandLinePath(job, job.ProgramFolder + "\\PgcDemux.exe");

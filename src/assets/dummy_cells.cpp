@@ -10,6 +10,7 @@
 namespace kestrova {
 
 void FalsePgcCheck(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "DummyCells", "FalsePgcCheck");
     auto& domain = CurrentDomain(job);
     // Each use of a VOB by a cell of a PGC, in order.
     const auto forEachUse = [&domain](const auto& visit) {

@@ -20,6 +20,7 @@ std::string IndexCommandTail(const JobContext& job, const std::string& M2vPath, 
 }  // namespace
 
 void RunDVD2AVI(JobContext& job, const std::string& M2vPath, const std::string& Name, bool Second) {
+    platform::TraceFrame frame(job.Trace, "Frameserving", "RunDVD2AVI");
     const std::string tool = Second ? "\\new.dvd2avi\\dvd2avidg.exe" : "\\new.dvd2avi\\dvd2avirb.exe";
     RunOutsideTool(job,
                    CommandLinePath(job, job.ProgramFolder + tool) + " -IA=1" + " -FO=0" + " -Cs=2" +
@@ -28,6 +29,7 @@ void RunDVD2AVI(JobContext& job, const std::string& M2vPath, const std::string& 
 }
 
 void RunDGDecode(JobContext& job, const std::string& M2vPath, const std::string& Name) {
+    platform::TraceFrame frame(job.Trace, "Frameserving", "RunDGDecode");
     RunOutsideTool(job,
                    CommandLinePath(job, job.ProgramFolder + "\\new.dvd2avi\\DGIndex.exe") + " -IA=1" + " -FO=0" +
                        IndexCommandTail(job, M2vPath, Name),
@@ -81,6 +83,7 @@ std::int32_t ParseLog(JobContext& job, const std::string& LogPath, const std::st
 }
 
 std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t VobId, std::int16_t CellId) {
+    platform::TraceFrame frame(job.Trace, "Frameserving", "ForceD2V");
     const std::string frameserving = job.WorkFolder + "\\FRAMESERVING";
     if (!job.Files.FolderExists(frameserving)) job.Files.MakeFolder(frameserving);
     WLOG(job, "Running DVD2AVI for : " + std::to_string(VobId));
@@ -100,10 +103,12 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
 }
 
 void EnableScenes(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Frameserving", "EnableScenes");
     NotYetAvailable(job, "EnableScenes");
 }
 
 void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages) {
+    platform::TraceFrame frame(job.Trace, "Frameserving", "NewDVD2AVIProc");
     static_cast<void>(stages);
     NotYetAvailable(job, "NewDVD2AVIProc");
 }

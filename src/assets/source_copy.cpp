@@ -50,6 +50,7 @@ void RunDecrypterCopy(JobContext& job, const std::string& sourceFolder, const st
 
 std::int16_t CopyFiles(JobContext& job, const std::string& SourceFolder, const std::string& FileName,
                        bool IncludeTitles, bool TitlesOnly, bool SkipMenuFiles) {
+    platform::TraceFrame frame(job.Trace, "SourceCopy", "CopyFiles");
     const auto& options = job.Options();
     const bool direct = options.UseDVD == 1 && job.State().Pgcdemux == 0;
     const bool copying = options.SourceCopy == 0 && !direct;
@@ -115,6 +116,7 @@ std::int16_t CopyFiles(JobContext& job, const std::string& SourceFolder, const s
 }
 
 void RestoreToSource(JobContext& job, const std::string& SourceFolder, const std::string& FileName) {
+    platform::TraceFrame frame(job.Trace, "SourceCopy", "RestoreToSource");
     const std::string stem = WithoutExtension(FileName);
     const std::string names[] = {FileName, stem + ".BUP", stem + ".VOB"};
     const std::string backup = job.OutputFolder + "\\BACKUP";

@@ -31,6 +31,7 @@ void JoinVobsForSubpictures(JobContext& job) {
 }  // namespace
 
 void ConfirmPanScan(JobContext& job, const std::string& M2vPath) {
+    platform::TraceFrame frame(job.Trace, "VobAnalysis", "ConfirmPanScan");
     auto& domain = CurrentDomain(job);
     if (domain.Video.Count() == 0) return;
     auto& video = domain.Video.Item(1);
@@ -62,6 +63,7 @@ void ConfirmPanScan(JobContext& job, const std::string& M2vPath) {
 }
 
 std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
+    platform::TraceFrame frame(job.Trace, "VobAnalysis", "VobAnalysis");
     auto& state = job.State();
     state.SubSize = 0;
     if (!RecoverySkip(job, 0) && state.Pgcdemux == 0) {

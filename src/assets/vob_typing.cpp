@@ -84,6 +84,7 @@ VobTestResult ReadVobAnalysis(JobContext& job, const std::string& Path) {
 }
 
 void DetermineVobType(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "VobTyping", "DetermineVobType");
     const std::string work = job.Files.Paths().GetShortPath(job.WorkFolder);
     RunOutsideTool(job,
                    CommandLinePath(job, job.ProgramFolder + "\\vobtest.exe") + " \"" + work +

@@ -31,6 +31,7 @@ void PrepareDomain(JobContext& job, int domain, const std::string& path, const D
 }  // namespace
 
 void DummyScan(JobContext& job, int domain, const std::string& path, const DummyCellStages& stages) {
+    platform::TraceFrame frame(job.Trace, "DummyScan", "DummyScan");
     auto& vts = job.DiscModel.Item(static_cast<std::size_t>(domain));
     WLF(job, "dummy vob scan");
 

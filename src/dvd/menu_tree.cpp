@@ -216,6 +216,7 @@ void LoadTreeView(JobContext& job, const std::string& line, int position, bool i
 }
 
 void ReLoadMenus(JobContext& job, const std::string& folder, std::int64_t thresholdBox, const std::string& outputRoot) {
+    platform::TraceFrame frame(job.Trace, "MenuTree", "ReLoadMenus");
     auto& options = job.Options();
     auto& state = job.State();
     job.FolderTree.Clear();
@@ -314,6 +315,7 @@ void SetNodes(MenuTree& tree, const std::string& key) {
 }
 
 std::int16_t GetTreeMenus(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "MenuTree", "GetTreeMenus");
     job.SelectedMenus.assign(1, std::string());
     job.SelectedMenuFlags.clear();
     job.SelectedMenuChildren.clear();

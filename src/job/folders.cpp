@@ -90,6 +90,7 @@ std::int32_t SearchForFolders(JobContext& job, SearchRecord& search, const std::
 }
 
 std::int32_t GetFileCount(JobContext& job, const std::string& folder, const std::string& word) {
+    platform::TraceFrame frame(job.Trace, "Folders", "GetFileCount");
     job.FileList.assign(1, std::string());
     const std::string upper = platform::ToUpperAscii(word);
     if (!job.Files.FolderExists(folder)) {
@@ -173,6 +174,7 @@ bool CheckLocation(JobContext& job, const std::string& path) {
 }
 
 void DeleteTemporaryFiles(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Folders", "DeleteTemporaryFiles");
     if (job.Options().DeleteTempFiles != 1) return;
     LogWindow(job, "Deleting Temporary Files");
     for (const auto& domain : job.DiscModel) {

@@ -29,6 +29,7 @@ void JobPump(JobContext& job) {
 }
 
 void ShellAndWait(JobContext& job, const std::string& commandLine, std::int16_t windowStyle) {
+    platform::TraceFrame frame(job.Trace, "ToolRunner", "ShellAndWait");
     if (job.StopRequested != 0) return;
     job.Runner.ShellAndWait(commandLine, windowStyle, [&job] { JobPump(job); });
     job.View.ServeMessages();

@@ -55,6 +55,7 @@ void SetDecrypterTray(JobContext& job, bool restore) {
 }
 
 bool CheckEncoder(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Pipeline", "CheckEncoder");
     const auto& options = job.Options();
     bool result = false;
     if (options.No_ReEncode == 0) {
@@ -96,6 +97,7 @@ bool CheckEncoder(JobContext& job) {
 }
 
 void BeginRoutines(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Pipeline", "BeginRoutines");
     auto& options = job.Options();
     auto& state = job.State();
     job.JobRunning = -1;

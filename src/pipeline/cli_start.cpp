@@ -104,7 +104,10 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     try {
         BeginRoutines(job);
     } catch (const Error& failure) {
-        return Fail(job, failure.what());
+        // The report names the procedure the failure was thrown from.
+        job.Trace.ReportUnwound(failure.what(), "CommandLine", "RunFromCommandLine");
+        WLOG(job, failure.what());
+        return 1;
     }
     if (job.Completed) return 0;
     std::cerr << "kestrova-cli: the job did not complete; see " << job.RunLog.File() << '\n';

@@ -386,6 +386,7 @@ void FinishCopying(JobContext& job) {
 }
 
 void StartKestrova(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Pipeline", "StartKestrova");
     job.Completed = false;
     if (job.OutputFolder.empty()) return;
     const int menuCount = GetTreeMenus(job);

@@ -36,4 +36,21 @@ void Trace::Report(const std::string& error, int line, const std::string& module
     Emit(text);
 }
 
+void Trace::Unwound() {
+    if (thrownFrom_.empty()) thrownFrom_ = stack_;
+}
+
+void Trace::ReportUnwound(const std::string& error, const std::string& module, const std::string& procedure) {
+    if (thrownFrom_.empty()) {
+        Report(error, 0, module, procedure);
+        return;
+    }
+    const std::vector<Frame> caught = std::move(stack_);
+    stack_ = std::move(thrownFrom_);
+    thrownFrom_.clear();
+    const Frame innermost = stack_.back();
+    Report(error, 0, innermost.Module, innermost.Procedure);
+    stack_ = caught;
+}
+
 }  // namespace kestrova::platform

@@ -49,14 +49,17 @@ TEST(Trace, AReportSaysWhereAndHowItGotThere) {
     try {
         TraceFrame outer(trace, "modMain", "StartKestrova");
         TraceFrame inner(trace, "modDemux", "EnableDemuxing");
-        trace.Report("File not found", 42, "modDemux", "EnableDemuxing");
         throw std::runtime_error("unwinds");
     } catch (const std::runtime_error&) {
+        // Caught outside the frames, the report still says where it was thrown.
+        trace.ReportUnwound("File not found", "modCli", "RunFromCommandLine");
     }
     EXPECT_TRUE(trace.Stack().empty()) << "frames are left as the exception passes";
-    ASSERT_EQ(sink.size(), 1u);
-    EXPECT_EQ(sink[0], "Error in modDemux.EnableDemuxing at line 42: File not found (1); call stack: "
+    trace.ReportUnwound("Disk full", "modCli", "RunFromCommandLine");
+    ASSERT_EQ(sink.size(), 2u);
+    EXPECT_EQ(sink[0], "Error in modDemux.EnableDemuxing at line 0: File not found (1); call stack: "
                        "modMain.StartKestrova modDemux.EnableDemuxing");
+    EXPECT_EQ(sink[1], "Error in modCli.RunFromCommandLine at line 0: Disk full (1)");
     trace.SetVerbose(true);
     { TraceFrame frame(trace, "modLog", "WLF"); }
     EXPECT_EQ(sink.back(), "leave modLog.WLF");
