@@ -110,6 +110,16 @@ PGCI ReadPGCI(const IfoTable& pgc) {
     return read;
 }
 
+std::vector<std::vector<std::size_t>> ProgramCells(const PGCI& pgc) {
+    std::vector<std::vector<std::size_t>> programs;
+    for (std::size_t i = 0; i < pgc.Cells.size(); ++i) {
+        const bool opens = std::find(pgc.ProgramMap.begin(), pgc.ProgramMap.end(), i + 1) != pgc.ProgramMap.end();
+        if (opens || programs.empty()) programs.emplace_back();
+        programs.back().push_back(i);
+    }
+    return programs;
+}
+
 std::vector<PGCI_SRP> ReadPGCI_SRP(const IfoTable& table) {
     const std::int64_t count = table.Word(0);
     table.Require(8, count * kPgcSearchEntrySize, std::to_string(count) + " PGC entries");

@@ -89,6 +89,10 @@ struct PGCI {
 // program map that points outside the cells.
 PGCI ReadPGCI(const IfoTable& pgc);
 
+// The cells of each program, as positions from 0 in Cells: a cell the
+// program map names opens a program, and every cell joins the newest one.
+std::vector<std::vector<std::size_t>> ProgramCells(const PGCI& pgc);
+
 // One search entry of a PGCIT (a menu language unit or VTS_PGCIT).
 struct PGCI_SRP {
     std::uint8_t Category = 0;  // bit 7 entry PGC; menu type or title number below

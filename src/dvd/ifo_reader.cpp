@@ -4,7 +4,6 @@
 // in ifo_tables.cpp.
 #include "dvd/ifo_reader.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -175,14 +174,14 @@ void ReadCells(MenuRead& read, const IfoTable& table, const PGCI& pgc, PGC_Numbe
     }
 }
 
-// Each cell whose number the program map gives opens a program; every cell
-// joins the newest program.
 void ReadPrograms(const PGCI& pgc, PGC_Number_Properties& record) {
-    for (std::size_t i = 1; i <= pgc.Positions.size(); ++i) {
-        if (std::find(pgc.ProgramMap.begin(), pgc.ProgramMap.end(), i) != pgc.ProgramMap.end()) record.PG.Add();
-        auto& ref = record.PG.Item(record.PG.Count()).cell_ref.Add();
-        ref.Vob_Id = Short(pgc.Positions[i - 1].VobId);
-        ref.CELL_ID = Short(pgc.Positions[i - 1].CellId);
+    for (const auto& cells : ProgramCells(pgc)) {
+        auto& program = record.PG.Add();
+        for (const std::size_t i : cells) {
+            auto& ref = program.cell_ref.Add();
+            ref.Vob_Id = Short(pgc.Positions[i].VobId);
+            ref.CELL_ID = Short(pgc.Positions[i].CellId);
+        }
     }
 }
 
