@@ -6,12 +6,7 @@ namespace kestrova {
 std::optional<PGCI> ReadFP_PGC(const ByteSource& bytes) {
     const std::int64_t offset = IfoTable(bytes, "VMGI_MAT", 0).Long(kVmgFP_PGC);
     if (offset == 0) return std::nullopt;
-    const auto size = static_cast<std::int64_t>(bytes.Bytes.size());
-    if (offset >= size) {
-        ThrowIfoError(bytes, "FP_PGC", offset,
-                      "the offset named at byte " + std::to_string(kVmgFP_PGC) + " lies beyond the end of the file (" +
-                          std::to_string(size) + " bytes); the first-play PGC was expected inside the file");
-    }
+    // A PGC past the end fails on its header, named FP_PGC at that offset.
     return ReadPGCI(IfoTable(bytes, "FP_PGC", offset));
 }
 
