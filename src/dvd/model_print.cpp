@@ -43,8 +43,12 @@ PrintNode DecodedCommands(const JobContext& job, const std::vector<CommandBytes>
 // first. There is no cell table in the model for these, so each cell carries
 // its playback time (BCD as on the disc, and frames) and its category byte.
 PrintNode PlaybackPgcNode(const JobContext& job, const PGCI& pgc, PrintNode node) {
-    TimeBase timing = job.Timing;  // counting frames sets the rate; the job's stays as it was
+    // Frames are counted at the rate the time marks in its frame byte (bits
+    // 7-6: 01 for 25, 11 for 30), not the job's standard: a disc without
+    // menus leaves that unset.
+    TimeBase timing;
     auto time = [&timing](std::uint32_t bcd, PrintNode& into) {
+        timing.VideoStandard = (bcd >> 6 & 3) == 1 ? "PAL" : "NTSC";
         into.Set("BCD", HexText(bcd, 8));
         into.Set("Frames", TimeToFrames(timing, HexText(bcd, 8)));
     };
