@@ -1,11 +1,15 @@
-// kestrova-inspect: prints what the reader sees of a VIDEO_TS folder, as
-// lines, as JSON, or in the cross-check format shared with libdvdread.
+// kestrova-inspect: prints what the reader sees of a disc. Each way of
+// looking is one row of the mode table below (its option, what it reads, its
+// help line and the function that prints), so a new view is one more row.
+#include <algorithm>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "dvd/crosscheck_dump.h"
 #include "dvd/ifo_reader.h"
 #include "dvd/model_print.h"
+#include "dvd/title_pgcs.h"
 #include "job/context.h"
 #include "platform/error.h"
 #include "platform/files.h"
@@ -18,72 +22,104 @@
 
 namespace {
 
-const char* const kUsage =
-    "Usage: kestrova-inspect [--json | --crosscheck] VIDEO_TS_FOLDER\n"
-    "\n"
-    "Prints the DVD model of a VIDEO_TS folder: per domain its attributes,\n"
-    "language units, PGCs, commands, cells and the title map.\n"
-    "  --json        the same as JSON\n"
-    "  --crosscheck  the menu side in the format shared with dvdread-dump\n";
+using namespace kestrova;
 
-enum class Output { Text, Json, CrossCheck };
+// The services a job runs on, and a job that nothing runs: the modes read
+// with it and print its model.
+struct Session {
+    platform::PathSpace Paths = platform::PathSpace::FromEnvironment();
+    platform::FileSystem Files{Paths};
+    platform::Registry Registry{platform::Registry::DefaultHivePath()};
+    platform::Launcher Launcher{Paths};
+    platform::ProcessRunner Runner{Launcher};
+    platform::ConsoleQuestions Questions{std::cin, std::cerr, true};
+    platform::Trace Trace;
+    SilentView View;
+    JobContext Job{Files, Registry, Runner, Questions, Trace, View};
+};
+
+// Reads every IFO file of a VIDEO_TS folder as a job does, VIDEO_TS.IFO
+// first, and beside the model the disc's first-play and title PGCs.
+PlaybackPGCs ReadDisc(Session& session, const std::string& folder) {
+    // The first file read fixes the standard, as in a job.
+    session.Job.Timing.VideoStandard.clear();
+    const std::string drivePath = session.Paths.ToWindows(folder);
+    const std::string base = drivePath.back() == '\\' ? drivePath : drivePath + "\\";
+    if (!session.Files.FileExists(base + "VIDEO_TS.IFO")) {
+        throw Error("There is no VIDEO_TS.IFO in " + folder + "; a VIDEO_TS folder was expected.");
+    }
+    std::vector<std::string> ifoFiles{base + "VIDEO_TS.IFO"};
+    for (const auto& name : session.Files.List(drivePath, "VTS_??_0.IFO", platform::ListKind::Files)) {
+        ifoFiles.push_back(base + name);
+    }
+    for (std::size_t i = 0; i < ifoFiles.size(); ++i) GetIFOParams(session.Job, ifoFiles[i], true, "ALL", i == 0);
+    return ReadPlaybackPGCs(session.Files, ifoFiles);
+}
+
+PrintNode DiscTree(Session& session, const std::string& folder) {
+    const PlaybackPGCs playback = ReadDisc(session, folder);
+    PrintNode tree = ModelTree(session.Job);
+    AddPlaybackPGCs(tree, session.Job, playback);
+    return tree;
+}
+
+void PrintText(Session& session, const std::string& folder) { std::cout << DiscTree(session, folder).RenderText(); }
+
+void PrintJson(Session& session, const std::string& folder) { std::cout << DiscTree(session, folder).RenderJson(); }
+
+void PrintCrossCheck(Session& session, const std::string& folder) {
+    const PlaybackPGCs playback = ReadDisc(session, folder);
+    std::cout << CrossCheckDump(session.Job, playback);
+}
+
+struct Mode {
+    const char* Option;   // empty for the mode without one
+    const char* Operand;  // what the one argument after the option is
+    const char* Help;
+    void (*Print)(Session& session, const std::string& operand);
+};
+
+const Mode kModes[] = {
+    {"", "VIDEO_TS_FOLDER", "the DVD model as lines, then the first-play and title PGCs", PrintText},
+    {"--json", "VIDEO_TS_FOLDER", "the same as JSON", PrintJson},
+    {"--crosscheck", "VIDEO_TS_FOLDER", "all PGCs in the lines dvdread-dump prints", PrintCrossCheck},
+};
+
+std::string Usage() {
+    std::string text = "Usage: kestrova-inspect [OPTION] OPERAND\n\n";
+    auto row = [&text](std::string call, const std::string& help) {
+        call.resize(std::max<std::size_t>(call.size() + 2, 30), ' ');
+        text += "  " + call + help + "\n";
+    };
+    for (const Mode& mode : kModes) {
+        row(std::string(mode.Option) + (*mode.Option != '\0' ? " " : "") + mode.Operand, mode.Help);
+    }
+    row("--help", "this text");
+    return text;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    using namespace kestrova;
-    Output output = Output::Text;
-    std::string folder;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--help" || argument == "-h") {
-            std::cout << kUsage;
-            return 0;
-        }
-        if (argument == "--json") {
-            output = Output::Json;
-        } else if (argument == "--crosscheck") {
-            output = Output::CrossCheck;
-        } else if (folder.empty() && argument.rfind("--", 0) != 0) {
-            folder = argument;
-        } else {
-            std::cerr << kUsage;
-            return 2;
-        }
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
+        std::cout << Usage();
+        return 0;
     }
-    if (folder.empty()) {
-        std::cerr << kUsage;
-        return 2;
+    const std::string option = !arguments.empty() && arguments[0].rfind("--", 0) == 0 ? arguments[0] : "";
+    const Mode* mode = nullptr;
+    for (const Mode& row : kModes) {
+        if (option == row.Option) mode = &row;
     }
-
     try {
-        const auto paths = platform::PathSpace::FromEnvironment();
-        platform::FileSystem files(paths);
-        platform::Registry registry(platform::Registry::DefaultHivePath());
-        platform::Launcher launcher(paths);
-        platform::ProcessRunner runner(launcher);
-        platform::ConsoleQuestions questions(std::cin, std::cerr, true);
-        platform::Trace trace;
-        SilentView view;
-        JobContext job(files, registry, runner, questions, trace, view);
-        // The first file read fixes the standard, as in a job.
-        job.Timing.VideoStandard.clear();
-
-        const std::string drivePath = paths.ToWindows(folder);
-        const std::string base = drivePath.back() == '\\' ? drivePath : drivePath + "\\";
-        if (!files.FileExists(base + "VIDEO_TS.IFO")) {
-            throw Error("There is no VIDEO_TS.IFO in " + folder + "; a VIDEO_TS folder was expected.");
+        if (mode == nullptr) throw Error("There is no option " + option + "; kestrova-inspect --help lists them.");
+        const std::size_t operands = arguments.size() - (option.empty() ? 0 : 1);
+        if (operands != 1) {
+            throw Error(std::string("kestrova-inspect ") + mode->Option + (option.empty() ? "" : " ") +
+                        "takes one " + mode->Operand + "; kestrova-inspect --help lists the modes.");
         }
-        GetIFOParams(job, base + "VIDEO_TS.IFO", true, "ALL", true);
-        for (const auto& name : files.List(drivePath, "VTS_??_0.IFO", platform::ListKind::Files)) {
-            GetIFOParams(job, base + name, true, "ALL", false);
-        }
-
-        switch (output) {
-            case Output::Text: std::cout << ModelTree(job).RenderText(); break;
-            case Output::Json: std::cout << ModelTree(job).RenderJson(); break;
-            case Output::CrossCheck: std::cout << CrossCheckDump(job); break;
-        }
+        Session session;
+        mode->Print(session, arguments.back());
     } catch (const Error& failure) {
         std::cerr << failure.what() << "\n";
         return 1;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace kestrova {
@@ -54,49 +55,84 @@ void DumpChapters(const JobContext& job, int titleSet, std::string& out) {
     }
 }
 
-void DumpPgc(const VTS_Properties& vts, const PGC_Number_Properties& pgc, const std::string& id, std::string& out) {
-    std::size_t cells = 0;
-    for (const auto& program : pgc.PG) cells += program.cell_ref.Count();
-    out += "PGC " + id + " CAT " + pgc.PGC_Type + " PROGRAMS " + N(static_cast<std::int64_t>(pgc.PG.Count())) +
-           " CELLS " + N(static_cast<std::int64_t>(cells)) + " NEXT " +
-           N(static_cast<std::uint16_t>(pgc.Next_PGC)) + " PREV " + N(static_cast<std::uint16_t>(pgc.Previous_PGC)) +
-           " GOUP " + N(pgc.GoUp_PGC) + " STILL " + N(pgc.Still_Time) + " UOP " + pgc.UOPString + " AUDIO1 " +
-           N(pgc.AudioStream1) + "\n";
-    const std::pair<const char*, const Collection<Command_Properties>*> lists[] = {
-        {"PRE", &pgc.PRE_COMMANDS}, {"POST", &pgc.POST_COMMAND}, {"CELL", &pgc.CELL_COMMAND}};
-    for (const auto& [word, list] : lists) {
-        for (std::size_t i = 1; i <= list->Count(); ++i) {
-            out += "CMD " + id + " " + word + " " + N(static_cast<std::int64_t>(i)) + " " + list->Item(i).Hex + "\n";
+// A menu PGC of the model as the PGC record the reader read it from, so that
+// the menu side and the playback side print through one writer.
+PGCI PgciOfModel(const VTS_Properties& vts, const PGC_Number_Properties& pgc) {
+    PGCI read;
+    read.ProgramCount = static_cast<std::uint8_t>(pgc.PG.Count());
+    read.UserOperations = pgc.UOPString;
+    read.FirstAudioControl = static_cast<std::uint16_t>(pgc.AudioStream1 << 8);
+    read.FirstSubpictureControl = static_cast<std::uint32_t>(pgc.SubStringA) << 16 |
+                                  static_cast<std::uint32_t>(pgc.SubStringB & 0xFFFF);
+    read.Next = static_cast<std::uint16_t>(pgc.Next_PGC);
+    read.Previous = static_cast<std::uint16_t>(pgc.Previous_PGC);
+    read.GoUp = static_cast<std::uint16_t>(pgc.GoUp_PGC);
+    read.StillTime = static_cast<std::uint8_t>(pgc.Still_Time);
+    for (std::size_t i = 0; i < read.Palette.size() && i < pgc.Palette.Count(); ++i) {
+        const auto& colour = pgc.Palette.Item(i + 1);
+        read.Palette[i] = static_cast<std::uint32_t>(colour.Y << 16 | colour.U << 8 | colour.V);
+    }
+    const std::pair<std::vector<CommandBytes>*, const Collection<Command_Properties>*> lists[] = {
+        {&read.Commands.Pre, &pgc.PRE_COMMANDS}, {&read.Commands.Post, &pgc.POST_COMMAND},
+        {&read.Commands.Cell, &pgc.CELL_COMMAND}};
+    for (const auto& [commands, list] : lists) {
+        for (const auto& command : *list) {
+            CommandBytes bytes;
+            for (std::size_t b = 0; b < bytes.size(); ++b) bytes[b] = command.Hex.substr(2 * b, 2);
+            commands->push_back(bytes);
         }
     }
-    if (cells == 0) return;
-
-    out += "SUB1 " + id + " " + Hex(static_cast<std::uint32_t>(pgc.SubStringA), 4) +
-           Hex(static_cast<std::uint32_t>(pgc.SubStringB), 4) + "\n";
-    out += "PAL " + id;
-    for (const auto& colour : pgc.Palette) {
-        out += " " + Hex(static_cast<std::uint32_t>(colour.Y << 16 | colour.U << 8 | colour.V), 6);
-    }
-    out += "\n";
-    std::size_t entryCell = 1;
-    for (std::size_t p = 1; p <= pgc.PG.Count(); ++p) {
-        out += "PROG " + id + " " + N(static_cast<std::int64_t>(p)) + " " +
-               N(static_cast<std::int64_t>(entryCell)) + "\n";
-        entryCell += pgc.PG.Item(p).cell_ref.Count();
-    }
-    std::size_t i = 0;
     for (const auto& program : pgc.PG) {
+        read.ProgramMap.push_back(static_cast<std::uint8_t>(read.Positions.size() + 1));
         for (const auto& ref : program.cell_ref) {
-            ++i;
+            const std::size_t i = read.Positions.size() + 1;
             const auto& played = vts.Video.Item(1).VobId.Item(static_cast<std::size_t>(ref.Vob_Id))
                                      .CellId.Item(static_cast<std::size_t>(ref.CELL_ID));
-            const int still = i < pgc.NewCellPause.size() ? pgc.NewCellPause[i] : 0;
-            const int command = i < pgc.NewCellCommand.size() ? pgc.NewCellCommand[i] : 0;
-            out += "CELL " + id + " " + N(static_cast<std::int64_t>(i)) + " VOB " + N(ref.Vob_Id) + " CELL " +
-                   N(ref.CELL_ID) + " CAT0 " + N(played.Angle) + " STILL " + N(still) + " CMD " + N(command) +
-                   " TIME " + Hex(static_cast<std::uint32_t>(played.BCD), 8) + "\n";
+            read.Positions.push_back({static_cast<std::uint16_t>(ref.Vob_Id), static_cast<std::uint8_t>(ref.CELL_ID)});
+            read.Cells.push_back({static_cast<std::uint8_t>(played.Angle),
+                                  static_cast<std::uint8_t>(i < pgc.NewCellPause.size() ? pgc.NewCellPause[i] : 0),
+                                  static_cast<std::uint8_t>(i < pgc.NewCellCommand.size() ? pgc.NewCellCommand[i] : 0),
+                                  static_cast<std::uint32_t>(played.BCD)});
         }
     }
+    read.CellCount = static_cast<std::uint8_t>(read.Cells.size());
+    return read;
+}
+
+void DumpPgc(const PGCI& pgc, const std::string& category, const std::string& id, std::string& out) {
+    out += "PGC " + id + " CAT " + category + " PROGRAMS " + N(pgc.ProgramCount) + " CELLS " + N(pgc.CellCount) +
+           " NEXT " + N(pgc.Next) + " PREV " + N(pgc.Previous) + " GOUP " + N(pgc.GoUp) + " STILL " +
+           N(pgc.StillTime) + " UOP " + pgc.UserOperations + " AUDIO1 " + N(pgc.FirstAudioControl >> 8 & 0x0F) + "\n";
+    const std::pair<const char*, const std::vector<CommandBytes>*> lists[] = {
+        {"PRE", &pgc.Commands.Pre}, {"POST", &pgc.Commands.Post}, {"CELL", &pgc.Commands.Cell}};
+    for (const auto& [word, list] : lists) {
+        for (std::size_t i = 0; i < list->size(); ++i) {
+            out += "CMD " + id + " " + word + " " + N(static_cast<std::int64_t>(i + 1)) + " " +
+                   CommandHex((*list)[i]) + "\n";
+        }
+    }
+    if (pgc.CellCount == 0) return;
+
+    out += "SUB1 " + id + " " + Hex(pgc.FirstSubpictureControl, 8) + "\n";
+    out += "PAL " + id;
+    for (const std::uint32_t colour : pgc.Palette) out += " " + Hex(colour & 0xFFFFFF, 6);
+    out += "\n";
+    for (std::size_t p = 0; p < pgc.ProgramMap.size(); ++p) {
+        out += "PROG " + id + " " + N(static_cast<std::int64_t>(p + 1)) + " " + N(pgc.ProgramMap[p]) + "\n";
+    }
+    for (std::size_t i = 0; i < pgc.Cells.size(); ++i) {
+        const CellPlayback& cell = pgc.Cells[i];
+        out += "CELL " + id + " " + N(static_cast<std::int64_t>(i + 1)) + " VOB " + N(pgc.Positions[i].VobId) +
+               " CELL " + N(pgc.Positions[i].CellId) + " CAT0 " + N(cell.Category) + " STILL " + N(cell.StillTime) +
+               " CMD " + N(cell.CellCommand) + " TIME " + Hex(cell.PlaybackTime, 8) + "\n";
+    }
+}
+
+// A PGC of the playback side: the menu lines, then its own playback time,
+// which the model keeps for no PGC.
+void DumpPlaybackPgc(const PGCI& pgc, const std::string& category, const std::string& id, std::string& out) {
+    DumpPgc(pgc, category, id, out);
+    out += "PTIME " + id + " " + Hex(pgc.PlaybackTime, 8) + "\n";
 }
 
 void DumpMenus(const VTS_Properties& vts, std::string& out) {
@@ -108,8 +144,9 @@ void DumpMenus(const VTS_Properties& vts, std::string& out) {
             out += "UNIT " + N(static_cast<std::int64_t>(k)) + " LANG " + unit.Language_Folder + " PGCS " +
                    N(static_cast<std::int64_t>(unit.PGC_Number.Count())) + "\n";
             for (std::size_t j = 1; j <= unit.PGC_Number.Count(); ++j) {
-                DumpPgc(vts, unit.PGC_Number.Item(j), N(static_cast<std::int64_t>(k)) + "." +
-                                                          N(static_cast<std::int64_t>(j)), out);
+                const auto& pgc = unit.PGC_Number.Item(j);
+                DumpPgc(PgciOfModel(vts, pgc), pgc.PGC_Type,
+                        N(static_cast<std::int64_t>(k)) + "." + N(static_cast<std::int64_t>(j)), out);
             }
         }
     }
@@ -135,7 +172,7 @@ std::string IfoNameOfDomain(int domain) {
     return name;
 }
 
-std::string CrossCheckDump(const JobContext& job) {
+std::string CrossCheckDump(const JobContext& job, const PlaybackPGCs& playback) {
     std::string out;
     for (std::size_t d = 1; d <= job.DiscModel.Count(); ++d) {
         const int domain = static_cast<int>(d);
@@ -146,6 +183,13 @@ std::string CrossCheckDump(const JobContext& job) {
             DumpChapters(job, domain - 1, out);
         }
         DumpMenus(job.DiscModel.Item(d), out);
+        if (domain == 1 && playback.FP_PGC) DumpPlaybackPgc(*playback.FP_PGC, "0", "FP", out);
+        if (domain == 1 || d - 2 >= playback.VTS_PGCIT.size()) continue;
+        const auto& titles = playback.VTS_PGCIT[d - 2];
+        out += "PGCIT " + N(static_cast<std::int64_t>(titles.size())) + "\n";
+        for (std::size_t j = 0; j < titles.size(); ++j) {
+            DumpPlaybackPgc(titles[j].Pgc, N(titles[j].Entry.Category), "T" + N(static_cast<std::int64_t>(j + 1)), out);
+        }
     }
     return out;
 }

@@ -1,12 +1,15 @@
 // The IFO reader's walk over the menu PGCI unit table: language units, menu
-// PGCs with their commands, palettes, cells and programs. The other tables
-// are in ifo_tables.cpp.
+// PGCs with their commands, palettes, cells and programs, turned into the
+// job's model. The PGC bytes are parsed by ifo_pgc.cpp; the other tables are
+// in ifo_tables.cpp.
 #include "dvd/ifo_reader.h"
 
-#include <array>
+#include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "dvd/dummy_scan.h"
+#include "dvd/ifo_pgc.h"
 #include "dvd/ifo_table.h"
 #include "dvd/stream_attributes.h"
 #include "dvd/vm_commands.h"
@@ -17,36 +20,10 @@ namespace kestrova {
 
 namespace {
 
-// Fields of a PGC, from its start.
-constexpr std::int64_t kPgcPrograms = 2;
-constexpr std::int64_t kPgcCells = 3;
-constexpr std::int64_t kPgcUserOperations = 8;
-constexpr std::int64_t kPgcAudioControl = 12;
-constexpr std::int64_t kPgcSubpictureControl = 28;
-constexpr std::int64_t kPgcNext = 156;
-constexpr std::int64_t kPgcPrevious = 158;
-constexpr std::int64_t kPgcGoUp = 160;
-constexpr std::int64_t kPgcStillTime = 163;  // 162 is the playback mode
-constexpr std::int64_t kPgcPalette = 165;  // from the Y byte of the first entry
-constexpr std::int64_t kPgcCommandTable = 228;
-constexpr std::int64_t kPgcProgramMap = 230;
-constexpr std::int64_t kPgcCellPlayback = 232;
-constexpr std::int64_t kPgcCellPosition = 234;
-constexpr std::int64_t kPgcHeaderSize = 236;
-constexpr std::int64_t kCommandSize = 8;
-constexpr std::int64_t kCellPlaybackSize = 24;
-constexpr std::int64_t kCellPositionSize = 4;
-
-// One entry of a language unit's PGC search table.
-struct PgcEntry {
-    std::int64_t Offset = 0;  // from the unit's start
-    int Category = 0;
-};
-
 struct LanguageUnit {
     std::string Code;
     IfoTable Table;
-    std::int64_t PgcCount = 0;
+    std::vector<PGCI_SRP> Pgcs;
 };
 
 // What every PGC of one file read needs.
@@ -65,11 +42,18 @@ void ExtendTo(List& list, std::int64_t count) {
     while (static_cast<std::int64_t>(list.Count()) < count) list.Add();
 }
 
-void ReadUserOperations(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& record) {
+// A BCD playback time as the eight hexadecimal digits the frame count reads.
+std::string BcdDigits(std::uint32_t time) {
+    char text[9];
+    std::snprintf(text, sizeof text, "%08X", time);
+    return text;
+}
+
+void ReadUserOperations(MenuRead& read, const PGCI& pgc, PGC_Number_Properties& record) {
     auto& job = read.Job;
-    record.UOPString = pgc.Hex(kPgcUserOperations, 4);
-    const auto bits = pgc.BinBytes(kPgcUserOperations, 4);
-    const auto names = GETUOP(job, bits[0], bits[1], bits[2], bits[3]);
+    record.UOPString = pgc.UserOperations;
+    const std::string bits = HexToBin(pgc.UserOperations);
+    const auto names = GETUOP(job, bits.substr(0, 8), bits.substr(8, 8), bits.substr(16, 8), bits.substr(24, 8));
     if (job.UOPFound != 0) {
         WLOG(job, "\t** UOPs found in this PGC **");
         for (const auto& name : names) {
@@ -82,45 +66,37 @@ void ReadUserOperations(MenuRead& read, const IfoTable& pgc, PGC_Number_Properti
     }
 }
 
-void ReadCommands(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& record) {
+void ReadCommands(MenuRead& read, const PGCI& pgc, PGC_Number_Properties& record) {
     auto& job = read.Job;
-    const std::int64_t tableOffset = pgc.Word(kPgcCommandTable);
-    if (tableOffset == 0) {
+    if (pgc.CommandTableOffset == 0) {
         if (job.Options().DummyPGC == 1) record.Possible_Dummy = -1;
         return;
     }
     WLOG(job, "\t** Command Table List **");
-    // The command table (PGC_CMDT): counts of pre, post and cell commands,
-    // the end address, then the commands in that order.
-    const IfoTable table = pgc.Sub("PGC_CMDT", tableOffset, "the offset of the command table");
-    const std::int64_t counts[3] = {table.Word(0), table.Word(2), table.Word(4)};
-    table.Require(8, (counts[0] + counts[1] + counts[2]) * kCommandSize,
-                  std::to_string(counts[0] + counts[1] + counts[2]) + " commands");
-
-    Collection<Command_Properties>* lists[3] = {&record.PRE_COMMANDS, &record.POST_COMMAND, &record.CELL_COMMAND};
+    const std::pair<const std::vector<CommandBytes>*, Collection<Command_Properties>*> lists[3] = {
+        {&pgc.Commands.Pre, &record.PRE_COMMANDS},
+        {&pgc.Commands.Post, &record.POST_COMMAND},
+        {&pgc.Commands.Cell, &record.CELL_COMMAND}};
     const char* const words[3] = {".PreCommand: ", ".PostCommand: ", ".CellCommand: "};
-    std::int64_t at = 8;
     for (int kind = 0; kind < 3; ++kind) {
-        for (std::int64_t i = 1; i <= counts[kind]; ++i, at += kCommandSize) {
-            const auto hex = table.HexBytes(at, kCommandSize);
-            std::array<std::string, 8> bytes;
-            std::copy(hex.begin(), hex.end(), bytes.begin());
-            auto& command = lists[kind]->Add();
-            command.Command = Hex2Command(job, bytes);
-            command.Hex = table.Hex(at, kCommandSize);
-            WLOG(job, "\t\t" + std::to_string(i) + words[kind] + command.Command);
+        const auto& [commands, list] = lists[kind];
+        for (std::size_t i = 0; i < commands->size(); ++i) {
+            auto& command = list->Add();
+            command.Command = Hex2Command(job, (*commands)[i]);
+            command.Hex = CommandHex((*commands)[i]);
+            WLOG(job, "\t\t" + std::to_string(i + 1) + words[kind] + command.Command);
             GetTitleCommands(job, command.Command, read.Domain - 1);
         }
     }
 }
 
-SubpictureIds ReadSubpictures(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& record,
+SubpictureIds ReadSubpictures(MenuRead& read, const PGCI& pgc, PGC_Number_Properties& record,
                               const std::string& language) {
     auto& job = read.Job;
     auto& vts = job.DiscModel.Item(Position(read.Domain));
-    const std::int64_t control = pgc.Long(kPgcSubpictureControl);
-    const auto bytes = pgc.Bytes(kPgcSubpictureControl, 4);
-    SubpictureIds ids{bytes[0] & 0x1F, bytes[1] & 0x1F, bytes[2] & 0x1F, bytes[3] & 0x1F};
+    const std::uint32_t control = pgc.FirstSubpictureControl;
+    auto id = [control](int shift) { return static_cast<int>(control >> shift & 0x1F); };
+    SubpictureIds ids{id(24), id(16), id(8), id(0)};
     if (control != 0) {
         record.SubStringA = static_cast<std::int32_t>(control >> 16);
         record.SubStringB = static_cast<std::int32_t>(control & 0xFFFF);
@@ -136,58 +112,38 @@ SubpictureIds ReadSubpictures(MenuRead& read, const IfoTable& pgc, PGC_Number_Pr
     return ids;
 }
 
-void ReadPalette(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& record) {
-    const auto bytes = pgc.Bytes(kPgcPalette, 64);
-    for (std::size_t i = 0; i < 16; ++i) {
-        record.Palette.Add(Palette_Properties{.Y = bytes[4 * i], .U = bytes[4 * i + 1], .V = bytes[4 * i + 2]});
+void ReadPalette(MenuRead& read, const PGCI& pgc, PGC_Number_Properties& record) {
+    // Y, Cr, Cb of each entry, then a byte the palette check passes over.
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint32_t entry : pgc.Palette) {
+        const auto Y = static_cast<std::uint8_t>(entry >> 16);
+        const auto Cr = static_cast<std::uint8_t>(entry >> 8);
+        const auto Cb = static_cast<std::uint8_t>(entry);
+        record.Palette.Add(Palette_Properties{.Y = Y, .U = Cr, .V = Cb});
+        bytes.insert(bytes.end(), {Y, Cr, Cb, 0});
     }
     record.Palette_Number = NewCheckPalette(read.Job, bytes);
 }
 
-// A table of the PGC found through a 16-bit offset in its header, which must
-// be set when the PGC has entries for it.
-IfoTable PgcSubTable(const IfoTable& pgc, const char* name, std::int64_t pointer, const char* counted,
-                     std::int64_t entries, std::int64_t entrySize) {
-    const std::int64_t offset = pgc.Word(pointer);
-    if (offset == 0) {
-        pgc.Fail(pointer, std::string("the PGC's ") + counted + " is " + std::to_string(entries) +
-                              ", but the offset of its " + name + " is 0");
-    }
-    IfoTable table = pgc.Sub(name, offset, std::string("the offset of the ") + name);
-    table.Require(0, entries * entrySize, std::to_string(entries) + " entries");
-    return table;
-}
-
-struct CellUse {
-    std::int64_t Vob = 0;
-    std::int64_t Cell = 0;
-};
-
-std::vector<CellUse> ReadCells(MenuRead& read, const IfoTable& pgc, PGC_Number_Properties& record, int m,
-                               const SubpictureIds& ids) {
+void ReadCells(MenuRead& read, const IfoTable& table, const PGCI& pgc, PGC_Number_Properties& record, int m,
+               const SubpictureIds& ids) {
     auto& job = read.Job;
     auto& vts = job.DiscModel.Item(Position(read.Domain));
-    const std::int64_t cells = pgc.Byte(kPgcCells);
-    const IfoTable playback = PgcSubTable(pgc, "C_PBKT", kPgcCellPlayback, "cell count", cells, kCellPlaybackSize);
-    const IfoTable position = PgcSubTable(pgc, "C_POSIT", kPgcCellPosition, "cell count", cells, kCellPositionSize);
-
-    std::vector<CellUse> uses;
-    for (std::int64_t i = 1; i <= cells; ++i) {
-        const std::int64_t entry = kCellPlaybackSize * (i - 1);
-        const std::int64_t place = kCellPositionSize * (i - 1);
-        const std::int64_t vob = position.Word(place);
-        const std::int64_t cell = position.Byte(place + 3);
-        const std::int16_t angle = playback.Byte(entry);
-        const std::int16_t still = playback.Byte(entry + 2);
-        const std::int16_t command = playback.Byte(entry + 3);
-        const std::string timeHex = playback.Hex(entry + 4, 4);
-        const std::int32_t frames = TimeToFrames(job.Timing, timeHex);
-        const auto bcd = static_cast<std::int32_t>(static_cast<std::uint32_t>(playback.Long(entry + 4)));
+    for (std::size_t i = 1; i <= pgc.Cells.size(); ++i) {
+        const CellPlayback& playback = pgc.Cells[i - 1];
+        const std::int64_t vob = pgc.Positions[i - 1].VobId;
+        const std::int64_t cell = pgc.Positions[i - 1].CellId;
+        const std::int16_t still = playback.StillTime;
+        const std::int16_t command = playback.CellCommand;
+        const std::int32_t frames = TimeToFrames(job.Timing, BcdDigits(playback.PlaybackTime));
+        const auto bcd = static_cast<std::int32_t>(playback.PlaybackTime);
 
         if (vob < 1 || vob > static_cast<std::int64_t>(vts.Vob_Id.Count()) || cell < 1 ||
             cell > static_cast<std::int64_t>(vts.Vob_Id.Item(Position(vob)).CELL_ID.Count())) {
-            position.Fail(place, "cell " + std::to_string(i) + " names VOB id " + std::to_string(vob) + " cell id " +
-                                     std::to_string(cell) + ", which the menu C_ADT does not list");
+            ThrowIfoError(table.Source(), "C_POSIT",
+                          table.Base() + pgc.CellPositionOffset + kCellPositionSize * static_cast<std::int64_t>(i - 1),
+                          "cell " + std::to_string(i) + " names VOB id " + std::to_string(vob) + " cell id " +
+                              std::to_string(cell) + ", which the menu C_ADT does not list");
         }
 
         WLOG(job, "\t\t##CELL INFO FOR PGC : " + std::to_string(m) + " CELL GROUP " + std::to_string(i));
@@ -205,7 +161,7 @@ std::vector<CellUse> ReadCells(MenuRead& read, const IfoTable& pgc, PGC_Number_P
         played.CellPause = still;
         played.CellCommand = command;
         played.BCD = bcd;
-        played.Angle = angle;
+        played.Angle = playback.Category;
         vts.Vob_Id.Item(Position(vob)).CELL_ID.Item(Position(cell)).Frames = frames;
         ExtendTo(played.PGC_Number, m);
         auto& use = played.PGC_Number.Item(Position(m));
@@ -215,74 +171,60 @@ std::vector<CellUse> ReadCells(MenuRead& read, const IfoTable& pgc, PGC_Number_P
         record.NewCellPause.push_back(still);
         record.NewCellCommand.push_back(command);
         record.Read.push_back(0);
-        uses.push_back({vob, cell});
     }
-    return uses;
 }
 
-void ReadPrograms(const IfoTable& pgc, PGC_Number_Properties& record, const std::vector<CellUse>& uses) {
-    const std::int64_t programs = pgc.Byte(kPgcPrograms);
-    std::vector<bool> opens(uses.size() + 1, false);
-    if (programs > 0) {
-        const IfoTable map = PgcSubTable(pgc, "PGC_PGMAP", kPgcProgramMap, "program count", programs, 1);
-        for (std::int64_t p = 0; p < programs; ++p) {
-            const std::int64_t entryCell = map.Byte(p);
-            if (entryCell < 1 || entryCell > static_cast<std::int64_t>(uses.size())) {
-                map.Fail(p, "program " + std::to_string(p + 1) + " starts at cell " + std::to_string(entryCell) +
-                                ", but the PGC has " + std::to_string(uses.size()) + " cells");
-            }
-            opens[Position(entryCell)] = true;
+void ReadPrograms(const PGCI& pgc, PGC_Number_Properties& record) {
+    for (const auto& cells : ProgramCells(pgc)) {
+        auto& program = record.PG.Add();
+        for (const std::size_t i : cells) {
+            auto& ref = program.cell_ref.Add();
+            ref.Vob_Id = Short(pgc.Positions[i].VobId);
+            ref.CELL_ID = Short(pgc.Positions[i].CellId);
         }
     }
-    if (!opens[1]) pgc.Fail(kPgcProgramMap, "the program map opens no program at cell 1");
-    for (std::size_t i = 1; i <= uses.size(); ++i) {
-        if (opens[i]) record.PG.Add();
-        auto& ref = record.PG.Item(record.PG.Count()).cell_ref.Add();
-        ref.Vob_Id = Short(uses[i - 1].Vob);
-        ref.CELL_ID = Short(uses[i - 1].Cell);
-    }
 }
 
-void ReadPGC(MenuRead& read, const LanguageUnit& unit, Language_Properties& language, const PgcEntry& entry, int m) {
+void ReadPGC(MenuRead& read, const LanguageUnit& unit, Language_Properties& language, const PGCI_SRP& entry, int m) {
     auto& job = read.Job;
     auto& vts = job.DiscModel.Item(Position(read.Domain));
-    const IfoTable pgc = unit.Table.Sub("PGC", entry.Offset, "the offset of PGC " + std::to_string(m));
-    pgc.Require(0, kPgcHeaderSize, "the PGC header");
+    const IfoTable table = unit.Table.Sub("PGC", entry.Offset, "the offset of PGC " + std::to_string(m));
+    const PGCI pgc = ReadPGCI(table);
 
     auto& record = language.PGC_Number.Add();
     WLOG(job, "VTS=" + std::to_string(read.Domain - 1) + ", PGC=" + std::to_string(m));
     record.PGC_Type = std::to_string(entry.Category);
     language.PGC_Quantity = Short(m);
 
-    record.AudioStream1 = Short(pgc.Byte(kPgcAudioControl) & 0x0F);
-    record.Next_PGC = Short(pgc.Word(kPgcNext));
-    record.Previous_PGC = Short(pgc.Word(kPgcPrevious));
-    record.GoUp_PGC = static_cast<std::int32_t>(pgc.Word(kPgcGoUp));
-    record.Still_Time = Short(pgc.Byte(kPgcStillTime));
+    record.AudioStream1 = Short(pgc.FirstAudioControl >> 8 & 0x0F);
+    record.Next_PGC = Short(pgc.Next);
+    record.Previous_PGC = Short(pgc.Previous);
+    record.GoUp_PGC = pgc.GoUp;
+    record.Still_Time = pgc.StillTime;
     if (record.GoUp_PGC == 65535) job.State().ResumePGC = -1;
 
     ReadUserOperations(read, pgc, record);
     ReadCommands(read, pgc, record);
 
-    if (pgc.Byte(kPgcCells) == 0) return;
+    if (pgc.CellCount == 0) return;
     WLOG(job, "\tPGC " + std::to_string(m) + " has cells");
 
     const SubpictureIds ids = ReadSubpictures(read, pgc, record, unit.Code);
     ReadPalette(read, pgc, record);
-    const auto uses = ReadCells(read, pgc, record, m, ids);
+    ReadCells(read, table, pgc, record, m, ids);
 
     // Subpicture stream slots of the VOBs the PGC plays.
     int slots = record.SubsPresent != 0 ? 1 : 0;
     if (ids.Normal == 1 || ids.Wide == 1 || ids.Letter == 1 || ids.Pan == 1) slots = 2;
     if (ids.Normal == 2 || ids.Wide == 2 || ids.Letter == 2 || ids.Pan == 2) slots = 3;
-    for (const auto& use : uses) {
-        auto& streams = vts.Vob_Id.Item(Position(use.Vob)).SUB_STREAM;
+    for (const auto& position : pgc.Positions) {
+        auto& streams = vts.Vob_Id.Item(position.VobId).SUB_STREAM;
         if (streams.Count() == 0) {
             for (int s = 0; s < slots; ++s) streams.Add();
         }
     }
 
-    ReadPrograms(pgc, record, uses);
+    ReadPrograms(pgc, record);
 }
 
 }  // namespace
@@ -318,35 +260,27 @@ void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMe
         return;
     }
 
-    // The language units (PGCI_LU) and one flat table of their PGC entries.
+    // The language units (PGCI_LU), each with its PGC search entries.
     const std::int64_t unitCount = unitTable->Word(0);
     unitTable->Require(8, unitCount * 8, std::to_string(unitCount) + " language unit entries");
     std::vector<LanguageUnit> units;
-    std::vector<PgcEntry> entries;
     for (std::int64_t i = 1; i <= unitCount; ++i) {
         const std::int64_t at = 8 * i;
         const std::string code{static_cast<char>(unitTable->Byte(at)), static_cast<char>(unitTable->Byte(at + 1))};
         LanguageUnit unit{code, unitTable->Sub("PGCI_LU", unitTable->Long(at + 4),
                                                "the offset of language unit " + std::to_string(i)),
-                          0};
-        unit.PgcCount = unit.Table.Word(0);
-        unit.Table.Require(8, unit.PgcCount * 8, std::to_string(unit.PgcCount) + " PGC entries");
-        for (std::int64_t j = 0; j < unit.PgcCount; ++j) {
-            entries.push_back({unit.Table.Long(12 + 8 * j), unit.Table.Byte(8 + 8 * j)});
-        }
-        job.LanguageScratch.Add().MenuTotal = Short(unit.PgcCount);
+                          {}};
+        unit.Pgcs = ReadPGCI_SRP(unit.Table);
+        job.LanguageScratch.Add().MenuTotal = Short(static_cast<std::int64_t>(unit.Pgcs.size()));
         units.push_back(std::move(unit));
     }
 
     if (!readMenus) {
-        std::size_t flat = 0;
         for (const auto& unit : units) {
             auto& record = vts.Language.Add();
             record.Language_Folder = unit.Code;
-            record.PGC_Quantity = Short(unit.PgcCount);
-            for (std::int64_t j = 0; j < unit.PgcCount; ++j, ++flat) {
-                record.PGC_Number.Add().PGC_Type = std::to_string(entries[flat].Category);
-            }
+            record.PGC_Quantity = Short(static_cast<std::int64_t>(unit.Pgcs.size()));
+            for (const auto& entry : unit.Pgcs) record.PGC_Number.Add().PGC_Type = std::to_string(entry.Category);
         }
         return;
     }
@@ -360,16 +294,14 @@ void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMe
     LogWindow(job, "   Language Units found =" + std::to_string(unitCount));
     RLOG(job, "#" + StripExtension(FileNameOf(path)) + ".VOB");
 
-    std::size_t flat = 0;
     for (const auto& unit : units) {
         auto& record = vts.Language.Add();
         record.Language_Folder = unit.Code;
         if (language == "ALL" || language == job.LanguageTable.priv_LangCodeToLangName(unit.Code)) {
-            for (std::int64_t j = 0; j < unit.PgcCount; ++j) {
-                ReadPGC(read, unit, record, entries[flat + Position(j)], static_cast<int>(j + 1));
+            for (std::size_t j = 0; j < unit.Pgcs.size(); ++j) {
+                ReadPGC(read, unit, record, unit.Pgcs[j], static_cast<int>(j + 1));
             }
         }
-        flat += Position(unit.PgcCount);
     }
 
     DummyScan(job, domain, path, dummyCells);

@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "dvd/crosscheck_dump.h"
+#include "dvd/vm_commands.h"
+#include "job/timecode.h"
 
 namespace kestrova {
 
@@ -25,6 +27,56 @@ PrintNode Commands(const Collection<Command_Properties>& list) {
         item.Set("Command", command.Command);
     }
     return array;
+}
+
+PrintNode DecodedCommands(const JobContext& job, const std::vector<CommandBytes>& list) {
+    auto array = PrintNode::Array();
+    for (const auto& command : list) {
+        auto& item = array.Push(PrintNode::Object());
+        item.Set("Hex", CommandHex(command));
+        item.Set("Command", Hex2Command(job, command));
+    }
+    return array;
+}
+
+// A PGC of the playback side into `node`, which holds what the caller puts
+// first. There is no cell table in the model for these, so each cell carries
+// its playback time (BCD as on the disc, and frames) and its category byte.
+PrintNode PlaybackPgcNode(const JobContext& job, const PGCI& pgc, PrintNode node) {
+    // Frames are counted at the rate the time marks in its frame byte (bits
+    // 7-6: 01 for 25, 11 for 30), not the job's standard: a disc without
+    // menus leaves that unset.
+    TimeBase timing;
+    auto time = [&timing](std::uint32_t bcd, PrintNode& into) {
+        timing.VideoStandard = (bcd >> 6 & 3) == 1 ? "PAL" : "NTSC";
+        into.Set("BCD", HexText(bcd, 8));
+        into.Set("Frames", TimeToFrames(timing, HexText(bcd, 8)));
+    };
+    time(pgc.PlaybackTime, node);
+    node.Set("Next_PGC", pgc.Next);
+    node.Set("Previous_PGC", pgc.Previous);
+    node.Set("GoUp_PGC", pgc.GoUp);
+    node.Set("Still_Time", pgc.StillTime);
+    node.Set("UOPString", pgc.UserOperations);
+    node.Set("AudioStream1", pgc.FirstAudioControl >> 8 & 0x0F);
+    node.Set("SubpictureStream1", HexText(pgc.FirstSubpictureControl, 8));
+    node.Set("PRE_COMMANDS", DecodedCommands(job, pgc.Commands.Pre));
+    node.Set("POST_COMMAND", DecodedCommands(job, pgc.Commands.Post));
+    node.Set("CELL_COMMAND", DecodedCommands(job, pgc.Commands.Cell));
+    auto& programs = node.Set("PG", PrintNode::Array());
+    for (const auto& cells : ProgramCells(pgc)) {
+        auto& refs = programs.Push(PrintNode::Object()).Set("cell_ref", PrintNode::Array());
+        for (const std::size_t i : cells) {
+            auto& ref = refs.Push(PrintNode::Object());
+            ref.Set("Vob_Id", pgc.Positions[i].VobId);
+            ref.Set("CELL_ID", pgc.Positions[i].CellId);
+            ref.Set("CellPause", pgc.Cells[i].StillTime);
+            ref.Set("CellCommand", pgc.Cells[i].CellCommand);
+            ref.Set("Angle", pgc.Cells[i].Category);
+            time(pgc.Cells[i].PlaybackTime, ref);
+        }
+    }
+    return node;
 }
 
 PrintNode VideoNode(const Video_Properties& video) {
@@ -313,6 +365,23 @@ void PrintNode::RenderJsonValue(std::string& out, int indent) const {
             Indent(out, indent);
             out += "]";
             return;
+    }
+}
+
+void AddPlaybackPGCs(PrintNode& root, const JobContext& job, const PlaybackPGCs& pgcs) {
+    if (pgcs.FP_PGC) root.Set("FP_PGC", PlaybackPgcNode(job, *pgcs.FP_PGC, PrintNode::Object()));
+    auto& sets = root.Set("VTS_PGCIT", PrintNode::Array());
+    for (std::size_t n = 0; n < pgcs.VTS_PGCIT.size(); ++n) {
+        auto& set = sets.Push(PrintNode::Object());
+        set.Set("VTS", Count(n + 1));
+        auto& list = set.Set("PGC", PrintNode::Array());
+        for (std::size_t j = 0; j < pgcs.VTS_PGCIT[n].size(); ++j) {
+            const TitlePGC& title = pgcs.VTS_PGCIT[n][j];
+            auto node = PrintNode::Object();
+            node.Set("Number", Count(j + 1));
+            node.Set("PGC_Type", std::to_string(title.Entry.Category));
+            list.Push(PlaybackPgcNode(job, title.Pgc, std::move(node)));
+        }
     }
 }
 

@@ -1,7 +1,8 @@
 // The DVD model as kestrova-inspect prints it: per domain its attributes,
 // language units, PGCs with commands (text and bytes), programs, cells and
-// cell tables, then the title map. One tree of the facts, rendered either as
-// stable indented lines or as JSON.
+// cell tables, then the title map, and after the model the first-play and
+// title PGCs. One tree of the facts, rendered either as stable indented
+// lines or as JSON.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "dvd/title_pgcs.h"
 #include "job/context.h"
 
 namespace kestrova {
@@ -54,6 +56,11 @@ private:
 
 // The whole model of the job as one tree.
 PrintNode ModelTree(const JobContext& job);
+
+// Adds the first-play PGC (FP_PGC) and the title PGCs of each title set
+// (VTS_PGCIT) to a model tree, in the lines of the menu PGCs: commands as
+// text and bytes, programs with their cells, playback and still times.
+void AddPlaybackPGCs(PrintNode& root, const JobContext& job, const PlaybackPGCs& pgcs);
 
 // JSON string escaping of a text (quotes included).
 std::string JsonQuote(const std::string& text);

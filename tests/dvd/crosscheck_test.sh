@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # crosscheck_test.sh INSPECT DVDREAD_DUMP FIXTURE_ROOT
 #
-# Reads the menu side of every fixture disc twice, with Kestrova's own IFO
-# reader (INSPECT --crosscheck) and with libdvdread (DVDREAD_DUMP), and fails
-# with a unified diff wherever the two print differently. $KESTROVA_FIXTURES
-# overrides FIXTURE_ROOT, as it does for the test suites.
+# Reads the menu, first-play and title PGCs of every fixture disc twice, with
+# Kestrova's own IFO reader (INSPECT --crosscheck) and with libdvdread
+# (DVDREAD_DUMP), and fails with a unified diff wherever the two print
+# differently. $KESTROVA_FIXTURES overrides FIXTURE_ROOT, as it does for the
+# test suites.
 set -uo pipefail
 
 if [[ $# -ne 3 ]]; then
@@ -36,8 +37,9 @@ for disc in "${discs[@]}"; do
     continue
   fi
   # An empty or truncated reference would make the comparison meaningless.
-  if [[ $(head -n1 "$scratch/libdvdread") != "IFO VIDEO_TS.IFO" ]]; then
-    echo "FAIL $name: dvdread-dump printed no VIDEO_TS.IFO section"
+  if [[ $(head -n1 "$scratch/libdvdread") != "IFO VIDEO_TS.IFO" ]] ||
+    ! grep -q '^PGC FP ' "$scratch/libdvdread" || ! grep -q '^PGC T1 ' "$scratch/libdvdread"; then
+    echo "FAIL $name: dvdread-dump printed no VIDEO_TS.IFO section, first-play PGC or title PGC"
     failed=1
     continue
   fi

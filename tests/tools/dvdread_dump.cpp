@@ -1,4 +1,4 @@
-// dvdread-dump VIDEO_TS_FOLDER: prints the menu side of a DVD-Video folder as
+// dvdread-dump VIDEO_TS_FOLDER: prints the PGCs of a DVD-Video folder as
 // libdvdread reads it, in the cross-check format that kestrova-inspect
 // --crosscheck prints from Kestrova's own reader. A test runs both over every
 // fixture disc; any difference is a fault in one of the two readers.
@@ -7,7 +7,8 @@
 //   IFO, then TITLESETS + TITLE lines (VMG) or PTT lines (VTS), then UNITS and
 //   for each language unit its UNIT line followed by its PGCs (PGC, CMD and,
 //   for PGCs with cells, SUB1, PAL, PROG, CELL lines), then the menu C_ADT
-//   rows (CADT) sorted by VOB id and cell id.
+//   rows (CADT) sorted by VOB id and cell id; then the first-play PGC (VMG) or
+//   PGCIT and the title PGCs (VTS), each in PGC lines with a PTIME line.
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
 #include <dvdread/ifo_types.h>
@@ -117,10 +118,9 @@ void PrintCommands(const std::string& id, const char* list, const vm_cmd_t* comm
     }
 }
 
-void PrintPgc(const std::string& id, const pgci_srp_t& entry) {
-    const pgc_t* pgc = entry.pgc;
+void PrintPgc(const std::string& id, int category, const pgc_t* pgc) {
     if (pgc == nullptr) throw std::runtime_error("PGC " + id + " was not read");
-    Line("PGC " + id + " CAT " + std::to_string(entry.entry_id) + " PROGRAMS " +
+    Line("PGC " + id + " CAT " + std::to_string(category) + " PROGRAMS " +
              std::to_string(pgc->nr_of_programs) + " CELLS " + std::to_string(pgc->nr_of_cells) + " NEXT " +
              std::to_string(pgc->next_pgc_nr) + " PREV " + std::to_string(pgc->prev_pgc_nr) + " GOUP " +
              std::to_string(pgc->goup_pgc_nr) + " STILL " + std::to_string(pgc->still_time) + " UOP " +
@@ -155,6 +155,12 @@ void PrintPgc(const std::string& id, const pgci_srp_t& entry) {
     }
 }
 
+// The first-play or a title PGC: the lines of a menu PGC, then its playback time.
+void PrintPlaybackPgc(const std::string& id, int category, const pgc_t* pgc) {
+    PrintPgc(id, category, pgc);
+    Line("PTIME " + id + " " + TimeBytes(pgc->playback_time));
+}
+
 // VMGM_PGCI_UT or VTSM_PGCI_UT, then the menu C_ADT.
 void PrintMenus(const ifo_handle_t& ifo) {
     const pgci_ut_t* units = ifo.pgci_ut;
@@ -166,7 +172,8 @@ void PrintMenus(const ifo_handle_t& ifo) {
         if (pgcs == nullptr) throw std::runtime_error("language unit " + std::to_string(k + 1) + " was not read");
         Line("UNIT " + std::to_string(k + 1) + " LANG " + lang + " PGCS " + std::to_string(pgcs->nr_of_pgci_srp));
         for (int j = 0; j < pgcs->nr_of_pgci_srp; ++j) {
-            PrintPgc(std::to_string(k + 1) + "." + std::to_string(j + 1), pgcs->pgci_srp[j]);
+            PrintPgc(std::to_string(k + 1) + "." + std::to_string(j + 1), pgcs->pgci_srp[j].entry_id,
+                     pgcs->pgci_srp[j].pgc);
         }
     }
 
@@ -195,6 +202,7 @@ void PrintVmg(const ifo_handle_t& ifo) {
         }
     }
     PrintMenus(ifo);
+    if (ifo.first_play_pgc != nullptr) PrintPlaybackPgc("FP", 0, ifo.first_play_pgc);
 }
 
 void PrintVts(const ifo_handle_t& ifo, int title_set) {
@@ -213,6 +221,12 @@ void PrintVts(const ifo_handle_t& ifo, int title_set) {
         }
     }
     PrintMenus(ifo);
+    if (const pgcit_t* titles = ifo.vts_pgcit; titles != nullptr) {
+        Line("PGCIT " + std::to_string(titles->nr_of_pgci_srp));
+        for (int j = 0; j < titles->nr_of_pgci_srp; ++j) {
+            PrintPlaybackPgc("T" + std::to_string(j + 1), titles->pgci_srp[j].entry_id, titles->pgci_srp[j].pgc);
+        }
+    }
 }
 
 // libdvdread's messages (a missing CSS library, no device name) are kept back
