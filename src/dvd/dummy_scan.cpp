@@ -5,6 +5,7 @@
 #include "dvd/reader_log.h"
 #include "job/log_writers.h"
 #include "job/stage_hooks.h"
+#include "platform/text.h"
 #include "job/timecode.h"
 
 namespace kestrova {
@@ -20,12 +21,12 @@ void PrepareDomain(JobContext& job, int domain, const std::string& path, const D
         NotYetAvailable(job, "Demultiplexing by cell");
         return;
     }
-    const std::string folder = job.JobRoot + "\\D_" + StripExtension(FileNameOf(path));
+    const std::string folder = job.JobRoot + "\\D_" + platform::WithoutExtension(platform::FileNameOf(path));
     if (!job.Files.FolderExists(folder)) job.Files.MakeFolder(folder);
     if (!job.Files.FolderExists(folder + "\\DEMUXED_CELLID")) job.Files.MakeFolder(folder + "\\DEMUXED_CELLID");
     job.WorkFolder = folder;
     job.DomainIndex = static_cast<std::int16_t>(domain);
-    stages.DemuxByCell(job, StripExtension(path) + ".VOB");
+    stages.DemuxByCell(job, platform::WithoutExtension(path) + ".VOB");
 }
 
 }  // namespace

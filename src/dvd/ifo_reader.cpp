@@ -15,6 +15,7 @@
 #include "dvd/vm_commands.h"
 #include "job/log_writers.h"
 #include "job/timecode.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -292,7 +293,7 @@ void GetIFOParamsFromBytes(JobContext& job, const ByteSource& bytes, bool readMe
     vts.OriginalIfo = path;
     LogWindow(job, "Processing : " + path);
     LogWindow(job, "   Language Units found =" + std::to_string(unitCount));
-    RLOG(job, "#" + StripExtension(FileNameOf(path)) + ".VOB");
+    RLOG(job, "#" + platform::WithoutExtension(platform::FileNameOf(path)) + ".VOB");
 
     for (const auto& unit : units) {
         auto& record = vts.Language.Add();

@@ -43,7 +43,4 @@ void GetVIDEOTSTitle(JobContext& job, const ByteSource& bytes);
 // The chapter map of one title set from its VTS_PTT_SRPT.
 void GetVTSTitle(JobContext& job, const ByteSource& bytes, int titleSet);
 
-// The file name of a drive path: the text after the last "\" or "/".
-std::string FileNameOf(const std::string& path);
-
 }  // namespace kestrova

@@ -29,11 +29,6 @@ void ExtendTo(List& list, std::int64_t count) {
 
 }  // namespace
 
-std::string FileNameOf(const std::string& path) {
-    const auto slash = path.find_last_of("\\/");
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 void GetVOBTable(JobContext& job, const ByteSource& bytes, int domain) {
     auto& vts = job.DiscModel.Item(Position(domain));
     vts.Video.Add();

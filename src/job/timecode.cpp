@@ -6,6 +6,7 @@
 
 #include "job/bits.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova {
 namespace {
@@ -16,17 +17,16 @@ constexpr double kNtscRate = 29.97;
 // nearest, a half to even.
 std::int64_t RoundFrames(double value) { return static_cast<std::int64_t>(std::nearbyint(value)); }
 
-int HexDigitValue(char digit, std::string_view text) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+int BcdDigit(char digit, std::string_view text) {
+    const int value = platform::HexDigitValue(digit);
+    if (value >= 0) return value;
     throw Error("The BCD time \"" + std::string(text) + "\" holds \"" + std::string(1, digit) +
                 "\"; hexadecimal digits were expected.");
 }
 
 // Two BCD digits as tens and units.
 std::int64_t BcdPair(std::string_view hex, std::size_t at) {
-    return HexDigitValue(hex[at], hex) * 10 + HexDigitValue(hex[at + 1], hex);
+    return BcdDigit(hex[at], hex) * 10 + BcdDigit(hex[at + 1], hex);
 }
 
 // Hours, minutes and seconds of eight hexadecimal digits of a BCD time.
@@ -299,15 +299,6 @@ std::int32_t GetPullDown(std::int32_t frames, std::string_view mode, std::string
 std::int16_t SubMin(std::string_view timecode) {
     if (timecode.size() < 5) throw Error("The timecode \"" + std::string(timecode) + "\" has no minutes field.");
     return static_cast<std::int16_t>(DecimalField(timecode, 3));
-}
-
-std::string StripExtension(std::string_view path) {
-    const std::size_t dot = path.find_last_of('.');
-    const std::size_t separator = path.find_last_of("\\/");
-    if (dot == std::string_view::npos || (separator != std::string_view::npos && dot < separator)) {
-        return std::string(path);
-    }
-    return std::string(path.substr(0, dot));
 }
 
 }  // namespace kestrova

@@ -91,8 +91,4 @@ std::int32_t GetPullDown(std::int32_t frames, std::string_view mode, std::string
 // The minutes field (characters 4-5) of a timecode.
 std::int16_t SubMin(std::string_view timecode);
 
-// The path without its extension: the text before the last "." of the last
-// path component; a path whose last component has no "." comes back whole.
-std::string StripExtension(std::string_view path);
-
 }  // namespace kestrova
