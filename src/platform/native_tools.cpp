@@ -25,7 +25,7 @@ constexpr NativeTool kStandInTools[] = {
 void AddStandInTools(Launcher& launcher, const std::string& standinHostPath) {
     for (const NativeTool& tool : kStandInTools) {
         launcher.AddOverride(tool.FileName, ToolOverride{{standinHostPath, "--tool", tool.Personality},
-                                                         tool.WindowTitle});
+                                                         tool.WindowTitle, true});
     }
 }
 
