@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "assets/mpeg_test_streams.h"
+#include "job/tool_table.h"
 #include "platform/d2v_file.h"
 #include "platform/frame_server.h"
 #include "platform/launcher.h"
@@ -52,14 +53,12 @@ std::string ReadAll(const std::string& hostPath) {
     return MpegTestStreams::Get().Folder().Read(hostPath.substr(folder.size() + 1));
 }
 
-// A job folder on K: with one M2V, and the three tools as stand-ins.
+// A job folder on K: with one M2V, and the tools as the stand-ins of the tool table.
 struct IndexFixture {
     explicit IndexFixture(const std::string& streamHostPath) {
         temp.Write("work dir/DEMUXED/001.M2V", ReadAll(streamHostPath));
         temp.Write("work dir/FRAMESERVING/keep", "");
-        for (const char* tool : {"dvd2avirb", "dvd2avidg", "DGIndex"}) {
-            launcher.AddOverride(std::string(tool) + ".exe", {{KESTROVA_STANDIN_PATH, "--tool", tool}, "", true});
-        }
+        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
         runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
     }
 

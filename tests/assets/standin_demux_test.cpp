@@ -12,8 +12,8 @@
 #include "assets/memory_streams.h"
 #include "assets/mpeg_test_streams.h"
 #include "assets/program_stream.h"
+#include "job/tool_table.h"
 #include "platform/files.h"
-#include "platform/native_tools.h"
 #include "support/fixtures.h"
 #include "support/job_fixture.h"
 
@@ -27,7 +27,7 @@ constexpr const char* kDemuxed = "K:\\JOB\\D_VIDEO_TS\\DEMUXED";
 struct StandInJob : test::JobFixture {
     explicit StandInJob(const std::string& discHost) {
         paths.MapDrive('D', discHost, platform::DriveKind::CDRom);
-        platform::AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
         runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
     }
     std::set<std::string> Names(const std::string& folder) const {
@@ -48,9 +48,7 @@ std::string Decrypter(const std::string& file, const std::string& folder, const 
 
 TEST(DemuxStandIns, DvdDecrypterLeavesOneFilePerStreamAndUnitUnderNamesTheRenamerReads) {
     StandInJob f(DiscRoot("pal-menu-cells-jumppad"));
-    const auto plan = f.launcher.Plan("K:\\Program\\dvddecrypter.EXE /MODE FILE");
-    EXPECT_EQ(plan.WindowTitle, "DVD Decrypter");
-    EXPECT_EQ(plan.Argv, (std::vector<std::string>{KESTROVA_STANDIN_PATH, "--tool", "DVDDecrypter", "/MODE", "FILE"}));
+    EXPECT_EQ(f.launcher.Plan("K:\\Program\\dvddecrypter.EXE /MODE FILE").WindowTitle, "DVD Decrypter");
     f.Run(Decrypter("VIDEO_TS.VOB", kDemuxed, "VOBID", "E0 80 81 82 83 84 85 86 87", " /DIRECT 2? 3? /CCVOB"));
     f.Run(Decrypter("VIDEO_TS.VOB", std::string(kDemuxed) + "_CELLID", "CELLID", "E0 80 81 82 83 84 85 86 87", ""));
 
@@ -147,8 +145,9 @@ TEST(DemuxStandIns, ADamagedVobOrAPartialRunLeavesWhatWasWholeAndSaysWhere) {
 // A NAV pack whose PCI is cut short is reported by its offset, and the split
 // and the still scan go on: every other cell is written.
 TEST(DemuxStandIns, ANavPackCutShortIsReportedAndTheOtherCellsAreSplit) {
-    std::string bytes = platform::FileSystem(test::TempFolder().Drives())
-                            .ReadText("Z:" + test::FixtureDisc("pal-menu-cells-jumppad") + "/VIDEO_TS.VOB");
+    test::TempFolder disc;
+    const std::string source = test::FixtureDisc("pal-menu-cells-jumppad") + "/VIDEO_TS.VOB";
+    std::string bytes = platform::FileSystem(disc.Drives()).ReadText("Z:" + source);
     test::MemoryReader input(test::Bytes(bytes.begin(), bytes.end()), "VIDEO_TS.VOB");
     ProgramStreamReader reader(input);
     const Pack* pack = reader.Next();
@@ -159,10 +158,9 @@ TEST(DemuxStandIns, ANavPackCutShortIsReportedAndTheOtherCellsAreSplit) {
                                   [](const PesPacket& packet) { return packet.StreamId == kPrivateStream2; });
     const std::size_t at = pack->Offset + pci->Offset, padding = (pci + 1)->Offset - pci->Offset - 32;
     bytes.replace(at + 4, 2, std::string("\0\x14", 2));
-    bytes.replace(at + 26, 6, std::string{0, 0, 1, '\xBE', static_cast<char>(padding >> 8), static_cast<char>(padding)});
+    bytes.replace(at + 26, 6, {0, 0, 1, '\xBE', static_cast<char>(padding >> 8), static_cast<char>(padding)});
     const std::string where = "VIDEO_TS.VOB\" NAV pack at byte " + std::to_string(pack->Offset) + ": ";
 
-    test::TempFolder disc;
     disc.Write("VIDEO_TS/VIDEO_TS.VOB", bytes);
     StandInJob f(disc.Host());
     const std::string folder = std::string(kDemuxed) + "_CELLID";
