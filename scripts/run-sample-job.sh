@@ -11,15 +11,11 @@ shift $(( $# < 4 ? $# : 4 ))
 
 mkdir -p "$work"
 work=$(cd "$work" && pwd)
-"$build/kestrova-standin" --tool program-folder "$work/program"
 
 # The settings: saved settings in use, the run log on, Scenarist present
-# (its automation value), DVD Decrypter where the program folder has it.
+# (its automation value).
 cat > "$work/registry.reg" <<'HIVE'
 REGEDIT4
-
-[HKEY_CURRENT_USER\Software\DVD Decrypter]
-"InstallDirectory"="K:\\program\\DVD Decrypter"
 
 [HKEY_CURRENT_USER\software\Kestrova\settings]
 "Save_Settings"=dword:00000002
@@ -34,6 +30,9 @@ HIVE
 export KESTROVA_DRIVES="D:=$fixtures/$disc@cdrom;K:=$work"
 export KESTROVA_REGISTRY="$work/registry.reg"
 export KESTROVA_PROGRAM_FOLDER="$work/program"
+# The tools the checks look for, from the tool table; DVD Decrypter's
+# registry value names the folder it gets there.
+"$build/kestrova-standin" --tool program-folder 'K:\program'
 if [ $# -eq 0 ]; then
   set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000
 fi

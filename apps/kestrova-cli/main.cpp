@@ -6,12 +6,12 @@
 #include <vector>
 
 #include "job/context.h"
+#include "job/tool_table.h"
 #include "pipeline/cli_start.h"
 #include "platform/batch.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/launcher.h"
-#include "platform/native_tools.h"
 #include "platform/process.h"
 #include "platform/questions.h"
 #include "platform/registry.h"
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
         if (const std::string note = registry.Load(); !note.empty()) std::cerr << "kestrova-cli: " << note << '\n';
         platform::Launcher launcher(paths);
         // The tools run as their native equivalents, which live beside this program.
-        platform::AddStandInTools(launcher, platform::ProgramHostFolder() + "/kestrova-standin");
+        AddStandInTools(launcher, platform::ProgramHostFolder() + "/kestrova-standin");
         platform::ProcessRunner runner(launcher);
         platform::BatchInterpreter batch(runner, files, [&registry, &files](const std::string& regFile) {
             return registry.ImportRegFile(files.ToHost(regFile));

@@ -39,7 +39,7 @@ struct StartCodeScan {
 
 }  // namespace
 
-std::vector<CellPictures> CountCellPictures(platform::ByteReader& input) {
+std::vector<CellPictures> CountCellPictures(platform::ByteReader& input, std::vector<std::string>& navFaults) {
     ProgramStreamReader reader(input);
     std::vector<CellPictures> cells;
     std::vector<StartCodeScan> scans;
@@ -47,6 +47,10 @@ std::vector<CellPictures> CountCellPictures(platform::ByteReader& input) {
     std::size_t current = 0;
     bool inCell = false;
     while (const Pack* pack = reader.Next()) {
+        if (!pack->NavFault.empty()) {
+            navFaults.push_back(pack->NavFault);
+            inCell = false;
+        }
         if (pack->HasNav) {
             const SplitUnit cell{pack->Nav.VobId, pack->Nav.CellId};
             auto [entry, added] = index.try_emplace(cell, cells.size());

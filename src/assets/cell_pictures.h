@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "assets/vob_split.h"
@@ -21,7 +22,8 @@ struct CellPictures {
 
 // One entry per (VOB id, cell) in the order first met. A start code cut
 // between two packets of the cell counts. Throws the reader's Error for a
-// damaged stream.
-std::vector<CellPictures> CountCellPictures(platform::ByteReader& input);
+// damaged stream. A NAV pack that cannot be read adds its sentence to
+// `navFaults`, and the packs up to the next readable one count for no cell.
+std::vector<CellPictures> CountCellPictures(platform::ByteReader& input, std::vector<std::string>& navFaults);
 
 }  // namespace kestrova

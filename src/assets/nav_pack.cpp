@@ -26,7 +26,7 @@ constexpr std::int64_t kDsiCellElapsed = 28;
 
 void RequireSize(std::span<const std::uint8_t> data, std::size_t size, const char* table, const std::string& where) {
     if (data.size() < size) {
-        throw Error(where + ": the NAV pack's " + table + " holds " + std::to_string(data.size()) + " bytes, " +
+        throw Error(where + ": its " + table + " holds " + std::to_string(data.size()) + " bytes, " +
                     std::to_string(size) + " were expected");
     }
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "platform/error.h"
 
@@ -139,6 +140,7 @@ void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64
     pack_.Bytes = bytes;
     pack_.Packets.clear();
     pack_.HasNav = false;
+    pack_.NavFault.clear();
     pack_.Kind = PackKind::Other;
 
     if (p[0] != 0 || p[1] != 0 || p[2] != 1 || p[3] != kPackStart) {
@@ -147,8 +149,8 @@ void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64
     if ((p[4] & 0xC0) != 0x40) Fail(offset + 4, "the pack header is not an MPEG-2 pack header");
     pack_.Scr = ClockReference(p);
 
-    std::span<const std::uint8_t> pci;
-    std::span<const std::uint8_t> dsi;
+    std::optional<std::span<const std::uint8_t>> pci;
+    std::optional<std::span<const std::uint8_t>> dsi;
     bool sawNavPacket = false;
     std::size_t position = kPackHeader + (p[13] & 0x07);
     while (position < kPackSize) {
@@ -174,20 +176,17 @@ void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64
         ParsePacket(bytes, position, id, end);
         if (id == kPrivateStream2) {
             sawNavPacket = true;
-            const PesPacket& nav = pack_.Packets.back();
-            const std::uint8_t sub = q[kPacketHeader];
-            if (sub == 0x00) pci = nav.Payload;
-            if (sub == 0x01) dsi = nav.Payload;
+            // A packet without its sub-stream id is neither.
+            const std::uint8_t sub = end > position + kPacketHeader ? q[kPacketHeader] : 0xFF;
+            if (sub == 0x00) pci = pack_.Packets.back().Payload;
+            if (sub == 0x01) dsi = pack_.Packets.back().Payload;
         }
         position = end;
     }
 
-    if (!pci.empty() && !dsi.empty()) {
-        pack_.HasNav = true;
-        pack_.Nav = ReadNavPack(pci, dsi, "\"" + Name() + "\" NAV pack at byte " + std::to_string(offset));
-    }
     if (sawNavPacket) {
         pack_.Kind = PackKind::Nav;
+        ReadNav(pci, dsi);
         return;
     }
     for (const PesPacket& packet : pack_.Packets) {
@@ -195,6 +194,23 @@ void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64
             pack_.Kind = KindOfPacket(KindOfStream(packet.Stream));
             break;
         }
+    }
+}
+
+// A NAV pack that cannot be read leaves the stream around it whole, so it
+// is described on the pack for the caller to report, not thrown.
+void ProgramStreamReader::ReadNav(const std::optional<std::span<const std::uint8_t>>& pci,
+                                  const std::optional<std::span<const std::uint8_t>>& dsi) {
+    const std::string where = "\"" + Name() + "\" NAV pack at byte " + std::to_string(pack_.Offset);
+    if (!pci || !dsi) {
+        pack_.NavFault = where + ": it holds no " + (pci ? "DSI" : "PCI") + " packet";
+        return;
+    }
+    try {
+        pack_.Nav = ReadNavPack(*pci, *dsi, where);
+        pack_.HasNav = true;
+    } catch (const Error& fault) {
+        pack_.NavFault = fault.what();
     }
 }
 
@@ -211,10 +227,7 @@ void ProgramStreamReader::ParsePacket(std::span<const std::uint8_t> pack, std::s
         // System header, padding, private stream 2: bytes behind the length;
         // private stream 2 keeps its sub-stream id out of the payload.
         std::size_t start = position + kPacketHeader;
-        if (id == kPrivateStream2) {
-            if (end == start) Fail(offset, "a private stream 2 packet has no sub-stream id");
-            ++start;
-        }
+        if (id == kPrivateStream2 && end > start) ++start;
         packet.Payload = pack.subspan(start, end - start);
         pack_.Packets.push_back(packet);
         return;

@@ -4,7 +4,10 @@
 // located. DVD packs are always one sector long; a pack that is shorter or
 // longer, a start code that is not one, or a length that runs past the
 // pack or the stream ends the read with an Error naming the stream, the
-// byte offset and what was expected.
+// byte offset and what was expected. A NAV pack that is whole as a pack
+// but whose PCI or DSI is missing or too short is no such fault: it is
+// handed out without its NAV fields and with a sentence saying why, and
+// the read goes on.
 //
 // A DVD stream is named by one byte, as DVD tools name it: the MPEG stream
 // id for video (0xE0) and MPEG audio (0xC0-0xCF), the sub-stream id for the
@@ -13,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -67,6 +71,9 @@ struct Pack {
     PackKind Kind = PackKind::Other;
     bool HasNav = false;                     // true when Nav holds the pack's PCI and DSI
     NavPack Nav;
+    // For a NAV pack whose PCI or DSI cannot be read: why, in one sentence
+    // naming the stream and the pack's byte offset. Empty otherwise.
+    std::string NavFault;
     std::vector<PesPacket> Packets;          // in stream order, system header and padding included
 };
 
@@ -90,6 +97,8 @@ private:
     bool Fill();
     void Parse(std::span<const std::uint8_t> bytes, std::uint64_t offset);
     void ParsePacket(std::span<const std::uint8_t> pack, std::size_t position, std::uint8_t id, std::size_t end);
+    void ReadNav(const std::optional<std::span<const std::uint8_t>>& pci,
+                 const std::optional<std::span<const std::uint8_t>>& dsi);
     [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
 
     platform::ByteReader& input_;

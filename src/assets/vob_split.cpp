@@ -61,6 +61,10 @@ private:
 
     void Take(const Pack& pack) {
         ++result_.Packs;
+        if (!pack.NavFault.empty()) {
+            result_.NavFaults.push_back(pack.NavFault);
+            current_.reset();
+        }
         if (pack.HasNav) {
             const SplitUnit unit{pack.Nav.VobId, request_.Mode == SplitMode::ByCell ? pack.Nav.CellId : 0};
             if (!current_ || result_.Units[*current_].Unit != unit) SwitchTo(unit);

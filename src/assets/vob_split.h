@@ -13,6 +13,9 @@
 // fault is kept: the files are closed (WAV headers completed) and the result
 // describes them, so that a caller can still name or look at them. Packs
 // before the first NAV pack belong to no unit and are counted, not written.
+// A NAV pack whose PCI or DSI cannot be read does not stop the split: the
+// result says so, and the packs from it to the next readable NAV pack
+// belong to no unit, since which unit they are of is not known.
 #pragma once
 
 #include <bitset>
@@ -20,6 +23,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/byte_streams.h"
@@ -85,7 +89,10 @@ struct UnitSummary {
 struct SplitResult {
     std::vector<UnitSummary> Units;  // in the order first met
     std::uint64_t Packs = 0;         // all packs read
-    std::uint64_t PacksWithoutUnit = 0;  // packs before the first NAV pack
+    std::uint64_t PacksWithoutUnit = 0;  // packs before the first NAV pack or behind one not read
+    // One sentence per NAV pack that could not be read, naming the stream
+    // and the pack's byte offset: the caller's to report.
+    std::vector<std::string> NavFaults;
 };
 
 // Splits `input` as asked. `result` is filled as the split goes on, so it is

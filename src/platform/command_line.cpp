@@ -11,6 +11,22 @@ namespace {
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
+// Reads the program token from `at` (the first character that is not a
+// blank): no backslash or quote processing. Returns where the arguments
+// start, behind the blanks that follow the token.
+std::size_t ReadProgramToken(const std::string& commandLine, std::size_t at, std::string& program) {
+    const std::size_t size = commandLine.size();
+    if (commandLine[at] == '"') {
+        ++at;
+        while (at < size && commandLine[at] != '"') program += commandLine[at++];
+        if (at < size) ++at;  // the closing quote
+    } else {
+        while (at < size && !IsBlank(commandLine[at])) program += commandLine[at++];
+    }
+    while (at < size && IsBlank(commandLine[at])) ++at;
+    return at;
+}
+
 }  // namespace
 
 std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
@@ -20,18 +36,9 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
     while (at < size && IsBlank(commandLine[at])) ++at;
     if (at == size) return tokens;
 
-    // The program token: no backslash or quote processing.
     std::string program;
-    if (commandLine[at] == '"') {
-        ++at;
-        while (at < size && commandLine[at] != '"') program += commandLine[at++];
-        if (at < size) ++at;  // the closing quote
-    } else {
-        while (at < size && !IsBlank(commandLine[at])) program += commandLine[at++];
-    }
+    at = ReadProgramToken(commandLine, at, program);
     tokens.push_back(program);
-
-    while (at < size && IsBlank(commandLine[at])) ++at;
     if (at == size) return tokens;
 
     // The arguments. quoteCount is 0 outside a quoted run and 1 inside;
@@ -76,6 +83,14 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
     }
     tokens.push_back(current);
     return tokens;
+}
+
+std::string ArgumentText(const std::string& commandLine) {
+    std::size_t at = 0;
+    while (at < commandLine.size() && IsBlank(commandLine[at])) ++at;
+    if (at == commandLine.size()) return {};
+    std::string program;
+    return commandLine.substr(ReadProgramToken(commandLine, at, program));
 }
 
 std::string QuoteArgument(const std::string& argument) {

@@ -18,6 +18,13 @@ namespace kestrova::platform {
 // blank line gives no tokens.
 std::vector<std::string> SplitCommandLine(const std::string& commandLine);
 
+// The arguments as the command line writes them: everything behind the
+// program token and the blanks after it, with its spacing and quotes. A
+// Windows program that parses its own command line sees this text, so a
+// run of blanks inside "-IF=[K:\a  b\x.m2v]" reaches it unchanged, where
+// the split arguments have lost it. An empty or blank line gives "".
+std::string ArgumentText(const std::string& commandLine);
+
 // Quotes one argument so that SplitCommandLine gives it back unchanged:
 // a word without blanks, tabs or quotes stays as it is.
 std::string QuoteArgument(const std::string& argument);

@@ -145,6 +145,7 @@ LaunchPlan Launcher::Plan(const std::string& commandLine) const {
         plan.Argv = tool->Command;
         plan.Argv.insert(plan.Argv.end(), plan.Arguments.begin(), plan.Arguments.end());
         if (!tool->WindowTitle.empty()) plan.WindowTitle = tool->WindowTitle;
+        if (tool->PassCommandLine) plan.Environment.push_back("KESTROVA_COMMAND_LINE=" + commandLine);
         return plan;
     }
 

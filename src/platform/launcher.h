@@ -8,7 +8,9 @@
 //   - a Windows program (a PE file): Wine, with the Windows arguments;
 //   - a host program (ELF, or a "#!" script with its execute bit): run as is.
 // The arguments are passed on unchanged, still holding Windows paths; the
-// child gets the drive map in KESTROVA_DRIVES to map them itself.
+// child gets the drive map in KESTROVA_DRIVES to map them itself. An
+// override may also ask for the command line as written, which a Windows
+// program can read whole instead of split.
 #pragma once
 
 #include <map>
@@ -23,6 +25,9 @@ namespace kestrova::platform {
 struct ToolOverride {
     std::vector<std::string> Command;  // host program and its leading arguments
     std::string WindowTitle;           // empty: the tool's default title, if it has one
+    // The command line as written goes to the child in KESTROVA_COMMAND_LINE,
+    // for tools that parse their own line: splitting it loses runs of blanks.
+    bool PassCommandLine = false;
 };
 
 enum class LaunchKind { Override, Batch, Wine, Host };

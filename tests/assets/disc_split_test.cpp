@@ -78,7 +78,9 @@ TEST(DiscSplit, EveryMenuCellOfEveryFixtureDiscMatchesTheIfo) {
             EXPECT_EQ(vobs.Units.size(), vts.Vob_Id.Count()) << where;
 
             test::MemoryReader reader(vob, where);
-            const auto pictures = CountCellPictures(reader);
+            std::vector<std::string> navFaults;
+            const auto pictures = CountCellPictures(reader, navFaults);
+            EXPECT_TRUE(navFaults.empty() && vobs.NavFaults.empty()) << where;
             std::size_t cellCount = 0;
             // The cells' video one after the other, for one ffprobe run per menu VOB.
             std::string allVideo;

@@ -4,6 +4,7 @@
 // script, by the frame server; their logs are checked line by line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <iterator>
 #include <sstream>
@@ -13,6 +14,7 @@
 #include "assets/mpeg_test_streams.h"
 #include "frameserver/d2v_file.h"
 #include "frameserver/frame_server.h"
+#include "job/tool_table.h"
 #include "platform/launcher.h"
 #include "platform/process.h"
 #include "support/temp_folder.h"
@@ -51,14 +53,12 @@ std::string ReadAll(const std::string& hostPath) {
     return MpegTestStreams::Get().Folder().Read(hostPath.substr(folder.size() + 1));
 }
 
-// A job folder on K: with one M2V, and the three tools as stand-ins.
+// A job folder on K: with one M2V, and the tools as the stand-ins of the tool table.
 struct IndexFixture {
     explicit IndexFixture(const std::string& streamHostPath) {
         temp.Write("work dir/DEMUXED/001.M2V", ReadAll(streamHostPath));
         temp.Write("work dir/FRAMESERVING/keep", "");
-        for (const char* tool : {"dvd2avirb", "dvd2avidg", "DGIndex"}) {
-            launcher.AddOverride(std::string(tool) + ".exe", {{KESTROVA_STANDIN_PATH, "--tool", tool}, ""});
-        }
+        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
         runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
     }
 
@@ -197,6 +197,20 @@ TEST(Dvd2aviStandin, InterlacedTelecineAndStillStreamsGiveTheirFlagsAndCounts) {
         const AviStreamInfo info = f.ServeScript();
         ASSERT_FALSE(info.ErrorClip) << info.Error;
         EXPECT_EQ(info.Length, row.Served);
+    }
+}
+
+// The tools read their command line as written: a run of blanks or a
+// trailing blank inside the brackets is part of the path.
+TEST(Dvd2aviStandin, BracketedPathsReachTheFileByteForByte) {
+    KESTROVA_REQUIRE_FFMPEG();
+    for (const std::string input : {"K:\\work  dir\\001.M2V", "K:\\work dir\\001.M2V "}) {
+        IndexFixture f(MpegTestStreams::Get().Still());
+        std::string relative = input.substr(3);
+        std::replace(relative.begin(), relative.end(), '\\', '/');
+        f.temp.Write(relative, f.temp.Read("work dir/DEMUXED/001.M2V"));
+        ASSERT_EQ(f.Run(IndexCommand("DGIndex", input)), 0) << f.output;
+        EXPECT_EQ(Lines(f.Project()).at(2), input);
     }
 }
 

@@ -3,14 +3,17 @@
 // map of the job, the exact names the later stages look for.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <set>
 
+#include "assets/memory_streams.h"
 #include "assets/mpeg_test_streams.h"
+#include "assets/program_stream.h"
+#include "job/tool_table.h"
 #include "platform/files.h"
-#include "platform/native_tools.h"
 #include "support/fixtures.h"
 #include "support/job_fixture.h"
 
@@ -24,7 +27,7 @@ constexpr const char* kDemuxed = "K:\\JOB\\D_VIDEO_TS\\DEMUXED";
 struct StandInJob : test::JobFixture {
     explicit StandInJob(const std::string& discHost) {
         paths.MapDrive('D', discHost, platform::DriveKind::CDRom);
-        platform::AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
         runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
     }
     std::set<std::string> Names(const std::string& folder) const {
@@ -45,9 +48,7 @@ std::string Decrypter(const std::string& file, const std::string& folder, const 
 
 TEST(DemuxStandIns, DvdDecrypterLeavesOneFilePerStreamAndUnitUnderNamesTheRenamerReads) {
     StandInJob f(DiscRoot("pal-menu-cells-jumppad"));
-    const auto plan = f.launcher.Plan("K:\\Program\\dvddecrypter.EXE /MODE FILE");
-    EXPECT_EQ(plan.WindowTitle, "DVD Decrypter");
-    EXPECT_EQ(plan.Argv, (std::vector<std::string>{KESTROVA_STANDIN_PATH, "--tool", "DVDDecrypter", "/MODE", "FILE"}));
+    EXPECT_EQ(f.launcher.Plan("K:\\Program\\dvddecrypter.EXE /MODE FILE").WindowTitle, "DVD Decrypter");
     f.Run(Decrypter("VIDEO_TS.VOB", kDemuxed, "VOBID", "E0 80 81 82 83 84 85 86 87", " /DIRECT 2? 3? /CCVOB"));
     f.Run(Decrypter("VIDEO_TS.VOB", std::string(kDemuxed) + "_CELLID", "CELLID", "E0 80 81 82 83 84 85 86 87", ""));
 
@@ -139,6 +140,43 @@ TEST(DemuxStandIns, ADamagedVobOrAPartialRunLeavesWhatWasWholeAndSaysWhere) {
         if (name.ends_with(".VOB")) packs += g.files.FileSize(std::string(kDemuxed) + "\\" + name);
     }
     EXPECT_EQ(packs, bytes.size() / 2048 / 2 * 2048);
+}
+
+// A NAV pack whose PCI is cut short is reported by its offset, and the split
+// and the still scan go on: every other cell is written.
+TEST(DemuxStandIns, ANavPackCutShortIsReportedAndTheOtherCellsAreSplit) {
+    test::TempFolder disc;
+    const std::string source = test::FixtureDisc("pal-menu-cells-jumppad") + "/VIDEO_TS.VOB";
+    std::string bytes = platform::FileSystem(disc.Drives()).ReadText("Z:" + source);
+    test::MemoryReader input(test::Bytes(bytes.begin(), bytes.end()), "VIDEO_TS.VOB");
+    ProgramStreamReader reader(input);
+    const Pack* pack = reader.Next();
+    while (pack != nullptr && !(pack->HasNav && pack->Nav.VobId == 3 && pack->Nav.CellId == 2)) pack = reader.Next();
+    ASSERT_NE(pack, nullptr);
+    // The PCI packet keeps 20 bytes; a padding packet fills the pack up to the DSI packet.
+    const auto pci = std::find_if(pack->Packets.begin(), pack->Packets.end(),
+                                  [](const PesPacket& packet) { return packet.StreamId == kPrivateStream2; });
+    const std::size_t at = pack->Offset + pci->Offset, padding = (pci + 1)->Offset - pci->Offset - 32;
+    bytes.replace(at + 4, 2, std::string("\0\x14", 2));
+    bytes.replace(at + 26, 6, {0, 0, 1, '\xBE', static_cast<char>(padding >> 8), static_cast<char>(padding)});
+    const std::string where = "VIDEO_TS.VOB\" NAV pack at byte " + std::to_string(pack->Offset) + ": ";
+
+    disc.Write("VIDEO_TS/VIDEO_TS.VOB", bytes);
+    StandInJob f(disc.Host());
+    const std::string folder = std::string(kDemuxed) + "_CELLID";
+    f.Run(Decrypter("VIDEO_TS.VOB", folder, "CELLID", "E0 80", ""));
+    const auto names = f.Names(folder);
+    EXPECT_EQ(names.size(), 8u) << f.childOutput;
+    for (const char* unit : {"VOBID_001 - CELLID_001", "VOBID_002 - CELLID_001", "VOBID_003 - CELLID_001",
+                             "VOBID_003 - CELLID_003"}) {
+        EXPECT_EQ(names.count("VIDEO_TS - " + std::string(unit) + " - Video 0xE0.M2V"), 1u) << unit;
+    }
+    f.Run("K:\\Program\\vobtest.exe \"D:\\VIDEO_TS\\VIDEO_TS.VOB\" \"K:\\VOBAnalysis.txt\"");
+    EXPECT_EQ(f.files.ReadText("K:\\VOBAnalysis.txt"), "End Scan\r\n");
+    EXPECT_EQ(f.runner.History().back().ExitCode, 0);
+    const auto first = f.childOutput.find(where);
+    ASSERT_NE(first, std::string::npos) << f.childOutput;
+    EXPECT_NE(f.childOutput.find(where, first + 1), std::string::npos) << "vobtest reports it too\n" << f.childOutput;
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 
 #include <map>
 
+#include "job/tool_table.h"
 #include "pipeline/pipeline.h"
 #include "pipeline_fixture.h"
-#include "platform/native_tools.h"
 
 namespace kestrova {
 namespace {
@@ -23,7 +23,7 @@ std::vector<std::string> FinalTypes(const test::PipelineFixture& f) {
 }
 
 void RunWithNativeTools(test::PipelineFixture& f) {
-    platform::AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
     BeginRoutines(f.job);
     ASSERT_TRUE(f.job.Completed);
 }

@@ -1,7 +1,8 @@
 // A program folder as a real installation has it, for the pre-flight checks:
-// small PE files with version resources for DVD Decrypter and an encoder,
-// revpulldown.exe and Muxman.exe beside the program, and the registry
-// values that point at them.
+// the tools of the tool table as small PE files with their version
+// resources (DVD Decrypter in its own folder, named by its registry value;
+// revpulldown.exe and Muxman.exe beside the program), laid out as the
+// stand-in's "program-folder" lays them out, and Scenarist's registry value.
 #pragma once
 
 #include <string>

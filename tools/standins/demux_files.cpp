@@ -2,8 +2,10 @@
 #include "demux_files.h"
 
 #include <algorithm>
+#include <iostream>
 
 #include "assets/program_stream.h"
+#include "platform/error.h"
 #include "platform/files.h"
 #include "platform/stream_files.h"
 
@@ -43,6 +45,20 @@ std::unique_ptr<platform::ByteReader> OpenInputVob(const Invocation& call, const
 std::unique_ptr<platform::ByteWriter> FolderTargets::Open(const SplitOutput& output, bool again) {
     return platform::OpenFileWriter(call_.Paths, PathOf(output),
                                     again ? platform::WriteMode::Append : platform::WriteMode::Replace);
+}
+
+void SplitReportingNavFaults(const Invocation& call, platform::ByteReader& input, const SplitRequest& request,
+                             SplitTargets& targets, SplitResult& result) {
+    auto report = [&] {
+        for (const std::string& fault : result.NavFaults) std::cerr << call.Tool << ": " << fault << "\n";
+    };
+    try {
+        SplitVob(input, request, targets, result);
+    } catch (const Error&) {
+        report();
+        throw;
+    }
+    report();
 }
 
 std::string ThreeDigits(int number) {

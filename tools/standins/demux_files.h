@@ -1,6 +1,7 @@
 // What the demultiplexing personalities share: the VOB they read (cut short
-// for a "partial" failure) and the files the splitter writes into a folder
-// of the job under names each personality chooses.
+// for a "partial" failure), the files the splitter writes into a folder
+// of the job under names each personality chooses, and the report of the
+// NAV packs it could not read.
 #pragma once
 
 #include <functional>
@@ -36,6 +37,11 @@ private:
     std::string folder_;
     Namer name_;
 };
+
+// Splits `input` as asked, and then writes each NAV pack the split could
+// not read to stderr, one line each, also when the split fails.
+void SplitReportingNavFaults(const Invocation& call, platform::ByteReader& input, const SplitRequest& request,
+                             SplitTargets& targets, SplitResult& result);
 
 // A number with zeros in front up to three digits ("007"); longer numbers keep all digits.
 std::string ThreeDigits(int number);

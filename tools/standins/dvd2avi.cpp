@@ -57,25 +57,23 @@ struct OptionValue {
     bool Bracketed = false;
 };
 
-// Splits the command line as the tools read it: the raw line, options
-// beginning with "-", a value behind "=", and a value in "[...]" that may
-// hold blanks (the Windows splitting has cut it at them, so the arguments
-// are joined again first).
+constexpr const char* kBlanks = " \t";
+
+// Splits the command line as the tools read it: the line as written (not
+// the Windows splitting, which would cut a bracketed path at its blanks and
+// lose runs of them), options beginning with "-", a value behind "=", and a
+// value in "[...]" that is taken byte for byte.
 std::vector<OptionValue> SplitOptions(const Invocation& call) {
-    std::string text;
-    for (const std::string& argument : call.Arguments) {
-        if (!text.empty()) text += ' ';
-        text += argument;
-    }
+    const std::string& text = call.ArgumentText;
     std::vector<OptionValue> options;
     std::size_t pos = 0;
     while (true) {
-        while (pos < text.size() && text[pos] == ' ') ++pos;
+        pos = std::min(text.find_first_not_of(kBlanks, pos), text.size());
         if (pos >= text.size()) break;
         if (text[pos] != '-') {
             throw Error(call.Tool + ": expected an option beginning with \"-\" at \"" + text.substr(pos, 40) + "\"");
         }
-        const std::size_t nameEnd = std::min(text.find_first_of("= ", pos), text.size());
+        const std::size_t nameEnd = std::min(text.find_first_of("= \t", pos), text.size());
         OptionValue option;
         option.Name = text.substr(pos + 1, nameEnd - pos - 1);
         pos = nameEnd;
@@ -90,11 +88,11 @@ std::vector<OptionValue> SplitOptions(const Invocation& call) {
                 option.Text = text.substr(pos + 1, close - pos - 1);
                 option.Bracketed = true;
                 pos = close + 1;
-                if (pos < text.size() && text[pos] != ' ') {
+                if (pos < text.size() && text[pos] != ' ' && text[pos] != '\t') {
                     throw Error(call.Tool + ": the value of -" + option.Name + " runs on after its \"]\"");
                 }
             } else {
-                const std::size_t end = std::min(text.find(' ', pos), text.size());
+                const std::size_t end = std::min(text.find_first_of(kBlanks, pos), text.size());
                 option.Text = text.substr(pos, end - pos);
                 pos = end;
             }

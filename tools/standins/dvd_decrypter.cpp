@@ -158,7 +158,7 @@ int Demultiplex(const Invocation& call, const DecrypterLine& line) {
     const auto input = OpenInputVob(call, line.SourceFolder + "\\" + file);
     SplitResult result;
     try {
-        SplitVob(*input, request, targets, result);
+        SplitReportingNavFaults(call, *input, request, targets, result);
     } catch (const Error&) {
         // What was split before the fault stays, under its proper names; the
         // fault is what the tool reports.

@@ -3,7 +3,9 @@
 // file name ("PGCDemux.exe" -> PGCDemux). Each call is recorded in the file
 // named by $KESTROVA_STANDIN_CALLS (tool, a tab, the arguments quoted as on
 // a Windows command line), and $KESTROVA_STANDIN_FAIL ("copy,touch=partial")
-// makes the named tools fail.
+// makes the named tools fail. $KESTROVA_COMMAND_LINE, when the launcher
+// sets it, is the Windows command line as written.
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -61,6 +63,21 @@ void RecordCall(const std::string& tool, const std::vector<std::string>& argumen
     if (!out) throw Error(std::string("Cannot record the call in ") + path);
 }
 
+// The arguments as written: the tail of $KESTROVA_COMMAND_LINE when that
+// line splits into these arguments (it is not one inherited from another
+// call), else the arguments joined by single blanks.
+std::string ArgumentText(const std::vector<std::string>& arguments) {
+    if (const char* line = std::getenv("KESTROVA_COMMAND_LINE"); line != nullptr) {
+        const std::vector<std::string> tokens = platform::SplitCommandLine(line);
+        if (!tokens.empty() && std::equal(tokens.begin() + 1, tokens.end(), arguments.begin(), arguments.end())) {
+            return platform::ArgumentText(line);
+        }
+    }
+    std::string text;
+    for (const std::string& argument : arguments) text += (text.empty() ? "" : " ") + argument;
+    return text;
+}
+
 void PrintUsage(std::ostream& out) {
     out << "Usage: kestrova-standin --tool NAME [ARGUMENT...]\n"
            "   or: NAME[.exe] [ARGUMENT...]  (a link or copy named after the tool)\n\nTools:\n";
@@ -91,7 +108,8 @@ int Run(int argc, char** argv) {
     // Calls are recorded under the table's spelling of the tool, however it was named.
     tool = personality->Name;
     RecordCall(tool, arguments);
-    Invocation call{tool, arguments, FailModeFor(tool), platform::PathSpace::FromEnvironment()};
+    Invocation call{tool, arguments, ArgumentText(arguments), FailModeFor(tool),
+                    platform::PathSpace::FromEnvironment()};
     if (call.Fail == FailMode::Fail || (call.Fail == FailMode::Partial && !personality->HasPartial)) {
         std::cerr << tool << ": failing as asked by KESTROVA_STANDIN_FAIL\n";
         return 1;

@@ -13,7 +13,8 @@ constexpr std::array<PersonalityEntry, 10> kPersonalities = {{
     {"touch", RunTouch, false, "touch FILE...        makes each file (empty) where it is missing"},
     {"copy", RunCopy, true, "copy SOURCE TARGET   copies the bytes of SOURCE to TARGET"},
     {"program-folder", RunProgramFolder, false,
-     "program-folder DIR   lays out the tools the pre-flight checks look for in host folder DIR"},
+     "program-folder K:\\DIR  lays out the tools the pre-flight checks look for in the program folder DIR\n"
+     "                       and writes the registry values naming their folders ($KESTROVA_REGISTRY)"},
     {"dvd2avirb", RunDvd2avi, true,
      "dvd2avirb -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[M2V] -DRC=0 -OF=[OUT] -exit\n"
      "                       indexes M2V into OUT.d2v (DVD2AVI project) and OUT.log"},

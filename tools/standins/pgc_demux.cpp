@@ -148,7 +148,7 @@ int RunPgcDemux(const Invocation& call) {
     });
     const auto input = OpenInputVob(call, vob);
     SplitResult result;
-    SplitVob(*input, request, targets, result);
+    SplitReportingNavFaults(call, *input, request, targets, result);
     return call.Fail == FailMode::Partial ? 1 : 0;
 }
 

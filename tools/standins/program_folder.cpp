@@ -1,35 +1,69 @@
-// "program-folder HOSTDIR": lays out the files the pre-flight checks look
-// for, as an installation has them: revpulldown.exe and Muxman.exe beside
-// the program, and "DVD Decrypter\DVDDecrypter.exe" with a version resource
-// of 3.5.4.0. They are small PE files; when one is run, the launcher's tool
-// table decides what runs in its place.
-#include <filesystem>
-#include <fstream>
+// Program folder layout: see program_folder.h. "program-folder K:\DIR" lays
+// out the folder DIR of the job's drives and writes the registry values
+// into the hive kestrova-cli reads ($KESTROVA_REGISTRY). The files are
+// small PE files; when one is run, the launcher's overrides from the same
+// table decide what runs in its place.
+#include "program_folder.h"
 
+#include <charconv>
+#include <iostream>
+
+#include "job/tool_table.h"
+#include "pe_builder.h"
 #include "platform/error.h"
 #include "standin.h"
-#include "pe_builder.h"
 
 namespace kestrova::standin {
 
 namespace {
 
-void WriteHostFile(const std::filesystem::path& path, const std::string& bytes) {
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << bytes;
-    if (!out) throw Error("Cannot write " + path.string());
+// "3.5.4.0": four numbers of 0 to 65535.
+pe::PeVersion ParseVersion(const std::string& text, const std::string& description) {
+    std::uint16_t parts[4] = {};
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    bool whole = true;
+    for (int i = 0; i < 4 && whole; ++i) {
+        if (i > 0) whole = at != end && *at++ == '.';
+        const auto [next, error] = std::from_chars(at, end, parts[i]);
+        whole = whole && error == std::errc{};
+        at = next;
+    }
+    if (!whole || at != end) {
+        throw Error("The version \"" + text + "\" of " + description + " is not four numbers as 3.5.4.0");
+    }
+    return pe::PeVersion(parts[0], parts[1], parts[2], parts[3], description);
 }
 
 }  // namespace
 
+void LayOutTools(const platform::FileSystem& files, platform::Registry& registry, const std::string& programFolder,
+                 const ToolVersions& versions) {
+    for (const auto& entry : versions) {
+        if (FindOutsideTool(entry.first) == nullptr) {
+            throw Error("The program folder layout names \"" + entry.first + "\", which is no tool of the table");
+        }
+    }
+    for (const OutsideTool& tool : OutsideTools()) {
+        std::string version = tool.FileVersion;
+        for (const auto& [name, given] : versions) {
+            if (platform::EqualsIgnoreCase(name, tool.FileName)) version = given;
+        }
+        if (version.empty()) continue;
+        const std::string folder = *tool.Folder == '\0' ? programFolder : programFolder + "\\" + tool.Folder;
+        files.MakeFolder(folder);
+        files.WriteText(folder + "\\" + tool.FileName, pe::BuildPeWithVersion(ParseVersion(version, tool.Description)));
+        if (tool.Registry.Key != nullptr) {
+            registry.savestring(platform::RegistryRoot::CurrentUser, tool.Registry.Key, tool.Registry.Name, folder);
+        }
+    }
+}
+
 int RunProgramFolder(const Invocation& call) {
-    if (call.Arguments.size() != 1) throw Error("program-folder takes one host folder");
-    const std::filesystem::path folder(call.Arguments[0]);
-    WriteHostFile(folder / "revpulldown.exe", pe::BuildPeWithVersion({1, 0, 0, 0, "revpulldown"}));
-    WriteHostFile(folder / "Muxman.exe", pe::BuildPeWithVersion({0, 15, 0, 0, "Muxman"}));
-    WriteHostFile(folder / "DVD Decrypter" / "DVDDecrypter.exe",
-                  pe::BuildPeWithVersion({3, 5, 4, 0, "DVD Decrypter"}));
+    if (call.Arguments.size() != 1) throw Error("program-folder takes one folder, a drive path as K:\\PROGRAM");
+    platform::Registry registry(platform::Registry::DefaultHivePath());
+    if (const std::string note = registry.Load(); !note.empty()) std::cerr << call.Tool << ": " << note << "\n";
+    LayOutTools(platform::FileSystem(call.Paths), registry, call.Arguments[0]);
     return 0;
 }
 

@@ -22,6 +22,9 @@ enum class FailMode {
 struct Invocation {
     std::string Tool;                    // the name it was called by
     std::vector<std::string> Arguments;  // as the Windows command line split them
+    // The same arguments as the command line wrote them, blanks and quotes
+    // kept, for tools that parse their own line (see main.cpp).
+    std::string ArgumentText;
     FailMode Fail = FailMode::None;
     platform::PathSpace Paths;           // the job's drive map ($KESTROVA_DRIVES)
 };

@@ -1,0 +1,44 @@
+// The table of outside tools: see tool_table.h.
+#include "job/tool_table.h"
+
+#include "platform/path_space.h"
+
+namespace kestrova {
+
+namespace {
+
+constexpr ToolRegistryValue kProgramFolder{};
+
+// File name, folder, registry value naming the folder, personality, window title, file version, description.
+constexpr OutsideTool kOutsideTools[] = {
+    {"DVDDecrypter.exe", "DVD Decrypter", {"Software\\DVD Decrypter", "InstallDirectory"}, "DVDDecrypter",
+     "DVD Decrypter", "3.5.4.0", "DVD Decrypter"},
+    {"PgcDemux.exe", "", kProgramFolder, "PgcDemux", "", "", ""},
+    {"vobtest.exe", "", kProgramFolder, "vobtest", "", "", ""},
+    {"dvd2avirb.exe", "new.dvd2avi", kProgramFolder, "dvd2avirb", "DVD2AVI", "", ""},
+    {"dvd2avidg.exe", "new.dvd2avi", kProgramFolder, "dvd2avidg", "DVD2AVI", "", ""},
+    {"DGIndex.exe", "new.dvd2avi", kProgramFolder, "DGIndex", "DVD2AVI", "", ""},
+    {"revpulldown.exe", "", kProgramFolder, "", "", "1.0.0.0", "revpulldown"},
+    {"Muxman.exe", "", kProgramFolder, "", "", "0.15.0.0", "Muxman"},
+};
+
+}  // namespace
+
+std::span<const OutsideTool> OutsideTools() { return kOutsideTools; }
+
+const OutsideTool* FindOutsideTool(const std::string& fileName) {
+    for (const OutsideTool& tool : kOutsideTools) {
+        if (platform::EqualsIgnoreCase(fileName, tool.FileName)) return &tool;
+    }
+    return nullptr;
+}
+
+void AddStandInTools(platform::Launcher& launcher, const std::string& standinHostPath) {
+    for (const OutsideTool& tool : kOutsideTools) {
+        if (*tool.Personality == '\0') continue;
+        launcher.AddOverride(tool.FileName, platform::ToolOverride{{standinHostPath, "--tool", tool.Personality},
+                                                                   tool.WindowTitle, true});
+    }
+}
+
+}  // namespace kestrova
