@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -39,12 +40,6 @@ std::vector<std::string> SplitLines(const std::string& text) {
         start = end + 1;
     }
     return lines;
-}
-
-std::string_view Trim(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) text.remove_suffix(1);
-    return text;
 }
 
 // The unsigned decimal number at the start of the text; its length goes to
@@ -105,7 +100,8 @@ FrameRate ReadFrameRate(const std::vector<std::string>& lines, const std::string
                     "\"; expected a rate in thousandths above 0, such as 25000 or 29970");
     }
     // DGIndex adds the exact fraction: "Frame_Rate=29970 (30000/1001)".
-    std::string_view rest = Trim(value.substr(used));
+    const std::string trimmed = platform::Trim(value.substr(used));
+    std::string_view rest = trimmed;
     if (!rest.empty() && rest.front() == '(') {
         rest.remove_prefix(1);
         std::size_t numeratorLength = 0;
@@ -146,7 +142,7 @@ void ReadPictureSize(const std::vector<std::string>& lines, const D2vLayout& lay
 
 std::vector<std::string> ReadFileList(const std::vector<std::string>& lines, const std::string& name) {
     std::size_t used = 0;
-    const std::string_view countText = Trim(lines[1]);
+    const std::string countText = platform::Trim(lines[1]);
     const auto count = LeadingNumber(countText, used, 10000);
     if (!count || used != countText.size() || *count == 0 || *count > lines.size() - 2) {
         throw Error(LineLabel(name, 1) + " reads \"" + std::string(countText.substr(0, 40)) +
@@ -154,13 +150,13 @@ std::vector<std::string> ReadFileList(const std::vector<std::string>& lines, con
     }
     std::vector<std::string> files;
     for (std::size_t i = 0; i < *count; ++i) {
-        std::string_view path = Trim(lines[2 + i]);
+        std::string path = platform::Trim(lines[2 + i]);
         // Some DVD2AVI builds put the length of the name before it.
         std::size_t lengthDigits = 0;
         const auto length = LeadingNumber(path, lengthDigits);
         if (length && lengthDigits < path.size() && path[lengthDigits] == ' ' &&
             *length == path.size() - lengthDigits - 1) {
-            path.remove_prefix(lengthDigits + 1);
+            path.erase(0, lengthDigits + 1);
         }
         if (path.empty()) throw Error(LineLabel(name, 2 + i) + " is empty; expected the path of a video file");
         files.emplace_back(path);
@@ -305,7 +301,7 @@ D2vProject ParseD2vProject(const std::string& text, const std::string& name) {
     if (lines.empty()) throw Error("D2V project file \"" + name + "\" is empty");
 
     D2vProject project;
-    project.Variant = Trim(lines[0]) == "DVD2AVIProjectFile03" ? D2vVariant::Dvd2avi : D2vVariant::DGIndex;
+    project.Variant = platform::Trim(lines[0]) == "DVD2AVIProjectFile03" ? D2vVariant::Dvd2avi : D2vVariant::DGIndex;
     const D2vLayout& layout = project.Variant == D2vVariant::Dvd2avi ? kDvd2aviLayout : kDGIndexLayout;
     if (lines.size() <= layout.FrameRateLine) {
         throw Error("D2V project file \"" + name + "\" ends after " + std::to_string(lines.size()) +

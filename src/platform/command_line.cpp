@@ -4,12 +4,11 @@
 #include <cstddef>
 
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova::platform {
 
 namespace {
-
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 // Reads the program token from `at` (the first character that is not a
 // blank): no backslash or quote processing. Returns where the arguments

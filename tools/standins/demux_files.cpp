@@ -61,10 +61,4 @@ void SplitReportingNavFaults(const Invocation& call, platform::ByteReader& input
     report();
 }
 
-std::string ThreeDigits(int number) {
-    std::string text = std::to_string(number);
-    if (text.size() < 3) text.insert(0, 3 - text.size(), '0');
-    return text;
-}
-
 }  // namespace kestrova::standin

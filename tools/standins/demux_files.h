@@ -43,7 +43,4 @@ private:
 void SplitReportingNavFaults(const Invocation& call, platform::ByteReader& input, const SplitRequest& request,
                              SplitTargets& targets, SplitResult& result);
 
-// A number with zeros in front up to three digits ("007"); longer numbers keep all digits.
-std::string ThreeDigits(int number);
-
 }  // namespace kestrova::standin

@@ -27,6 +27,7 @@
 #include <map>
 #include <set>
 
+#include "assets/asset_names.h"
 #include "assets/program_stream.h"
 #include "assets/vob_split.h"
 #include "demux_files.h"
@@ -131,7 +132,7 @@ int Demultiplex(const Invocation& call, const DecrypterLine& line) {
     files.MakeFolder(line.Destination);
 
     auto unitName = [&](const SplitUnit& unit) {
-        return stem + " - VOBID_" + ThreeDigits(unit.VobId) + (byCell ? " - CELLID_" + ThreeDigits(unit.CellId) : "");
+        return stem + " - VOBID_" + CreateVOBName(unit.VobId) + (byCell ? " - CELLID_" + CreateCellName(unit.CellId) : "");
     };
     // Audio is written under a working name and named with its delay once
     // the unit's first video time stamp is known.
