@@ -8,10 +8,6 @@ namespace kestrova {
 
 namespace {
 
-bool StartsWith(const std::string& text, const std::string& prefix) {
-    return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
-}
-
 std::string From(const std::string& text, std::size_t position) {
     return text.size() > position ? text.substr(position) : std::string();
 }
@@ -48,18 +44,18 @@ JournalReading ReadJournalLines(const std::vector<std::string>& lines) {
         if (line.empty()) continue;
         const char first = line.front();
         if (first != '#' && first != '-') {
-            if (StartsWith(line, "VTS") || StartsWith(line, "VID")) {
+            if (line.starts_with("VTS") || line.starts_with("VID")) {
                 domain = line;
             } else if (dashSeen) {
                 reading.ResumePoints.push_back(domain + " - " + line);
             }
-        } else if (StartsWith(line, "#FOLDER")) {
+        } else if (line.starts_with("#FOLDER")) {
             reading.Source = From(line, 9);
-        } else if (StartsWith(line, "#ROOT")) {
+        } else if (line.starts_with("#ROOT")) {
             reading.Root = From(line, 14);
-        } else if (StartsWith(line, "#LANG")) {
+        } else if (line.starts_with("#LANG")) {
             reading.Language = From(line, 11);
-        } else if (StartsWith(line, "#VOLUME")) {
+        } else if (line.starts_with("#VOLUME")) {
             reading.VolumeName = From(line, 14);
         } else if (line == "#SCENARIST") {
             reading.Scenarist = true;
@@ -67,7 +63,7 @@ JournalReading ReadJournalLines(const std::vector<std::string>& lines) {
             reading.Muxman = true;
         } else if (line == "#CONVERSION") {
             reading.Conversion = true;
-        } else if (StartsWith(line, "#V")) {
+        } else if (line.starts_with("#V")) {
             reading.JournalMenus.push_back(From(line, 1));
         }
         if (first == '-') dashSeen = true;

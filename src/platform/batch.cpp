@@ -26,10 +26,6 @@ std::string StripQuotes(const std::string& text) {
     return text;
 }
 
-bool EndsWithIgnoreCase(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && EqualsIgnoreCase(text.substr(text.size() - tail.size()), tail);
-}
-
 bool IsBatchFile(const std::string& path) {
     return EndsWithIgnoreCase(path, ".bat") || EndsWithIgnoreCase(path, ".cmd");
 }

@@ -37,10 +37,6 @@ constexpr std::array<const char*, 4> kProgramExtensions = {".exe", ".com", ".bat
 
 bool HasExtension(const std::string& fileName) { return fileName.find('.') != std::string::npos; }
 
-bool EndsWithIgnoreCase(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && EqualsIgnoreCase(text.substr(text.size() - tail.size()), tail);
-}
-
 bool IsBareName(const std::string& program) { return program.find_first_of("\\/:") == std::string::npos; }
 
 bool IsRegularFile(const std::string& hostPath) {

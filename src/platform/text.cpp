@@ -50,6 +50,10 @@ bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix) {
     return text.size() >= prefix.size() && EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
 }
 
+bool EndsWithIgnoreCase(std::string_view text, std::string_view tail) {
+    return text.size() >= tail.size() && EqualsIgnoreCase(text.substr(text.size() - tail.size()), tail);
+}
+
 bool ContainsIgnoreCase(std::string_view text, std::string_view part) {
     return ToUpperAscii(std::string(text)).find(ToUpperAscii(std::string(part))) != std::string::npos;
 }

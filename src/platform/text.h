@@ -14,6 +14,7 @@ char UpperLetter(char c);
 std::string ToUpperAscii(std::string text);
 bool EqualsIgnoreCase(std::string_view left, std::string_view right);
 bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix);
+bool EndsWithIgnoreCase(std::string_view text, std::string_view tail);
 bool ContainsIgnoreCase(std::string_view text, std::string_view part);
 
 // A space or a tab.
