@@ -7,6 +7,7 @@
 #include "assets/vob_typing.h"
 #include "job/journal.h"
 #include "job/log_writers.h"
+#include "job/stage_hooks.h"
 #include "job/tool_runner.h"
 #include "platform/error.h"
 
@@ -84,11 +85,11 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
 
     JoinVobsForSubpictures(job);
     const auto stopped = [&job] { return job.StopRequested != 0; };
-    const std::int16_t pgcs = subpictures.CreateIFO(job);
+    const std::int16_t pgcs = RunHandedStage(job, subpictures.CreateIFO, "CreateIFO", std::int16_t{0});
     if (stopped()) return pgcs;
-    state.StreamCount = subpictures.NewConvert_SUBS(job, pgcs);
+    state.StreamCount = RunHandedStage(job, subpictures.NewConvert_SUBS, "NewConvert_SUBS", std::int16_t{0}, pgcs);
     if (stopped()) return pgcs;
-    subpictures.FindHighlightBitmaps(job, pgcs);
+    RunHandedStage(job, subpictures.FindHighlightBitmaps, "FindHighlightBitmaps", pgcs);
     if (stopped()) return pgcs;
     FalsePgcCheck(job);
     if (stopped()) return pgcs;
