@@ -5,8 +5,8 @@
 #include "dvd/reader_log.h"
 #include "job/log_writers.h"
 #include "job/stage_hooks.h"
-#include "platform/text.h"
 #include "job/timecode.h"
+#include "platform/text.h"
 
 namespace kestrova {
 

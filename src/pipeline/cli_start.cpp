@@ -7,13 +7,13 @@
 #include "job/command_line.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
-#include "pipeline/pipeline.h"
 #include "job/settings_start.h"
 #include "job/tool_runner.h"
+#include "pipeline/pipeline.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
-#include "platform/text.h"
 #include "platform/terminal.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
