@@ -34,7 +34,7 @@ TEST(Launcher, OverridesMatchTheToolFileNameAndCarryTitles) {
     EXPECT_TRUE(plan.WindowTitle.empty());
     // A bare name finds the ".exe" entry; an override's own title wins over the tool's default one.
     EXPECT_EQ(launcher.Plan("regedit /S x.reg").WindowTitle, "Registry");
-    EXPECT_EQ(launcher.Plan("C:\\DVDDecrypter.exe /MODE IFO").WindowTitle, "DVD Decrypter");
+    EXPECT_EQ(launcher.Plan("C:\\DVDDECRYPTER.exe /MODE IFO").WindowTitle, "DVD Decrypter");
     EXPECT_THROW(launcher.AddOverride("x.exe", {{}, ""}), Error);
     EXPECT_EQ(DefaultWindowTitle("BeSweet.exe"), "") << "a tool without a window of its own";
 }
