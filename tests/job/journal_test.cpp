@@ -79,20 +79,16 @@ TEST(Journal, LoadDataAndRecoverySkipCompareDomainAndStage) {
     test::JobFixture f;
     auto& state = f.job.State();
     state.Recover = -1;
-    // The marks as a journal holds them, each with the stage it ends.
-    for (const auto& [text, mark] : {std::pair{"DEMUXED VOB ID", 0}, std::pair{"VSCONV", 2},
-                                     std::pair{"DEMUXED CELL ID", 4}, std::pair{"MPV ENCODED", 6}}) {
-        SCOPED_TRACE(text);
-        LoadData(f.job, std::string("VTS4 - ") + text);
-        ASSERT_EQ(state.RecoveryModule, mark);
-        for (int stage = 0; stage < 7; ++stage) {
-            f.job.DomainIndex = 5;  // VTS 4: its stages up to the mark are skipped
-            EXPECT_EQ(RecoverySkip(f.job, stage), stage <= mark) << "stage " << stage;
-            f.job.DomainIndex = 4;  // a domain before the mark: all skipped
-            EXPECT_TRUE(RecoverySkip(f.job, stage));
-            f.job.DomainIndex = 6;  // a later one: nothing skipped
-            EXPECT_FALSE(RecoverySkip(f.job, stage));
-        }
+    // One mark of a middle stage; the real disc's resumes (pipeline tests) go through the last ones.
+    LoadData(f.job, "VTS4 - DEMUXED CELL ID");
+    ASSERT_EQ(state.RecoveryModule, 4);
+    for (int stage = 0; stage < 7; ++stage) {
+        f.job.DomainIndex = 5;  // VTS 4: its stages up to the mark are skipped
+        EXPECT_EQ(RecoverySkip(f.job, stage), stage <= 4) << "stage " << stage;
+        f.job.DomainIndex = 4;  // a domain before the mark: all skipped
+        EXPECT_TRUE(RecoverySkip(f.job, stage));
+        f.job.DomainIndex = 6;  // a later one: nothing skipped
+        EXPECT_FALSE(RecoverySkip(f.job, stage));
     }
     EXPECT_EQ(StageOfMark("DEMUXED"), -1);
 

@@ -67,7 +67,8 @@ TEST(SettingsAtStart, AvisynthDecidesWhetherVideoCanBeEncoded) {
 
     f.temp.Write("sys/Avisynth.dll", pe::BuildPeWithVersion({2, 0, 8, 0}));
     EXPECT_EQ(LoadSettingsAtStart(f.job), StartVerdict::MustEnd);
-    EXPECT_EQ(f.questions.History().back().Text, "UNSUPPORTED VERSION OF AVISYNTH\r\nInstall Avisynth 2.5+ and restart");
+    EXPECT_EQ(f.questions.History().back().Text,
+              "UNSUPPORTED VERSION OF AVISYNTH\r\nInstall Avisynth 2.5+ and restart");
 }
 
 TEST(SettingsAtStart, DisplayVerInfoReadsTheThreeVersionTexts) {
