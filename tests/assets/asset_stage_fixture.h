@@ -77,11 +77,10 @@ public:
         for (const auto& line : files.ReadLines("K:\\Kestrova.LOG")) lines.push_back(line.substr(line.find('\t') + 1));
         return lines;
     }
-    int CountLogged(const std::string& text) const {
+    bool Logged(const std::string& text) const {
         const auto lines = LogLines();
-        return static_cast<int>(std::count(lines.begin(), lines.end(), text));
+        return std::find(lines.begin(), lines.end(), text) != lines.end();
     }
-    bool Logged(const std::string& text) const { return CountLogged(text) > 0; }
     std::vector<std::string> Journal() const {
         return files.FileExists("K:\\Kestrova_Recovery.LOG") ? files.ReadLines("K:\\Kestrova_Recovery.LOG")
                                                               : std::vector<std::string>{};

@@ -37,7 +37,6 @@ TEST_F(DemuxStage, DecrypterLineCarriesTheAudioSelectorOfTheDomainsFirstStream) 
         {{"AC3", "Mpeg1"}, " /DEMUX E0 80 81 82 83 84 85 86 87"},
         {{"LPCM"}, " /DEMUX E0 A0 A1 A2 A3 A4 A5 A6 A7 A8 A9 AA AB AC AD AE AF"},
         {{"Mpeg1", "AC3"}, " /DEMUX E0 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF"},
-        {{"DTS"}, " /DEMUX E0 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF"},
     };
     for (const auto& [streams, selector] : rows) {
         Domain().Audio.Clear();

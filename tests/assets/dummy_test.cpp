@@ -1,15 +1,14 @@
 // Dummies: PGCs without commands or highlights, the VOBs only they use, and
 // zero-length cells measured through the asset stage's demultiplexer and
-// frame server when the dummy scan finds them.
+// frame server when the dummy scan finds them. (A real disc's zero-length
+// cell is found and measured by tests/pipeline/disc_typing_test.cpp.)
 #include "assets/dummy_cells.h"
 
 #include <gtest/gtest.h>
 
 #include "asset_stage_fixture.h"
 #include "dvd/dummy_scan.h"
-#include "dvd/ifo_reader.h"
 #include "job/timecode.h"
-#include "support/fixtures.h"
 
 namespace kestrova {
 namespace {
@@ -54,7 +53,8 @@ TEST_F(FalsePgcs, WithoutCandidatesNoPgcTurnsDummy) {
     EXPECT_EQ(Domain().Vob_Id.Item(3).Dummy, -1) << "a VOB no PGC uses keeps its mark";
 }
 
-// The dummy scan of title set 1 with the asset stage's measurement; the index tool writes 40 frames for cell 1, 12 for 2.
+// The dummy scan of title set 1 with the asset stage's measurement; the index tool writes 40 frames
+// for cell 1, 12 for 2.
 class DummyCells : public test::AssetStageFixture {
 protected:
     DummyCells() {
@@ -95,6 +95,9 @@ TEST_F(DummyCells, ZeroCellsAmongRealOnesAreSplitOnceByPgcDemuxAndMeasured) {
     EXPECT_EQ(Played(1, 2).BCD, Frames_To_DVD_TimeCode(job.Timing, 12, false));
     EXPECT_EQ(Played(1, 1).DummyCell, -1);
     EXPECT_EQ(Played(1, 3).DummyCell, 0);
+    EXPECT_EQ(Played(2, 1).DummyCell, 0) << "a dummy VOB's cell is not measured";
+    EXPECT_EQ(job.DomainIndex, 2);
+    EXPECT_TRUE(Shown("Dummy Cell detected VTS =1 vob =1 cell =2"));
 }
 
 TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
@@ -111,33 +114,6 @@ TEST_F(DummyCells, DecrypterSplitsByCellAndItsNamesAreRenamedBeforeMeasuring) {
     EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID"), (std::vector<std::string>{"001_001.M2V", "001_002.M2V"}));
     EXPECT_EQ(Played(1, 1).Frames, 40);
     EXPECT_EQ(Domain().Split_Cell, -1) << "the domain is not split by cell again";
-}
-
-// The fixture disc whose VMG menu VOB 3 has a zero-length cell 2 between two real ones, read as a run reads it.
-TEST(DummyCellsOnADisc, TheReaderMeasuresTheCellThroughTheAssetStage) {
-    test::JobFixture f;
-    const std::string videoTs = test::FixtureDisc("pal-menu-dummy-cells");
-    f.paths.AddDrives("D:=" + videoTs.substr(0, videoTs.size() - 9) + "@cdrom");
-    f.job.JobRoot = "K:\\OUT";
-    f.job.State().Pgcdemux = -1;
-    f.temp.Write("Program/PgcDemux.exe", "MZ");
-    const auto standIn = [&f](const std::string& tool, const std::string& text, const std::string& file) {
-        f.launcher.AddOverride(tool,
-                               {{"/bin/sh", "-c", "printf '" + text + "' > '" + f.temp.Host(file) + "'", tool}, ""});
-    };
-    standIn("PgcDemux.exe", "m", "OUT/D_VIDEO_TS/DEMUXED_CELLID/VideoFile.m2v");
-    standIn("dvd2avidg.exe", "D2V=30\\r\\n", "OUT/D_VIDEO_TS/FRAMESERVING/003_002.log");
-    GetIFOParams(f.job, "D:\\VIDEO_TS\\VIDEO_TS.IFO", true, "ALL", true, DummyCellMeasurement());
-
-    const auto& vmg = f.job.DiscModel.Item(1);
-    ASSERT_GE(vmg.Vob_Id.Count(), 3u);
-    const auto& cell = vmg.Video.Item(1).VobId.Item(3).CellId.Item(2);
-    EXPECT_EQ(cell.Frames, 30);
-    EXPECT_EQ(cell.DummyCell, -1);
-    EXPECT_EQ(vmg.Vob_Id.Item(3).Dummy, 0);
-    EXPECT_EQ(vmg.Split_Cell, -1);
-    EXPECT_TRUE(f.files.FileExists("K:\\OUT\\D_VIDEO_TS\\DEMUXED_CELLID\\003_002.m2v"));
-    EXPECT_EQ(f.job.WorkFolder, "K:\\OUT\\D_VIDEO_TS");
 }
 
 }  // namespace

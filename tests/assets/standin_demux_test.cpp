@@ -108,18 +108,6 @@ TEST(DemuxStandIns, PgcDemuxLeavesItsFixedNamesForOneVobIdOrCell) {
         << g.childOutput;
 }
 
-TEST(DemuxStandIns, VobtestListsTheStillCellsAndEndsTheScan) {
-    struct Case { const char* Disc; const char* Vob; const char* Scan; };
-    for (const Case& c : {Case{"pal-vmg-buttons", "VIDEO_TS.VOB", "v2/c1End Scan\r\n"},
-                          Case{"pal-menu-cells-jumppad", "VIDEO_TS.VOB", "End Scan\r\n"},
-                          Case{"ntsc-vts-menus-2lang", "VTS_01_0.VOB",
-                               "v1/c1v2/c1v3/c1v4/c1v5/c1v6/c1v7/c1v8/c1End Scan\r\n"}}) {
-        StandInJob f(DiscRoot(c.Disc));
-        f.Run(std::string("K:\\Program\\vobtest.exe \"D:\\VIDEO_TS\\") + c.Vob + "\" \"K:\\VOBAnalysis.txt\"");
-        EXPECT_EQ(f.files.ReadText("K:\\VOBAnalysis.txt"), c.Scan) << c.Disc << " " << c.Vob << "\n" << f.childOutput;
-    }
-}
-
 TEST(DemuxStandIns, ADamagedVobOrAPartialRunLeavesWhatWasWholeAndSaysWhere) {
     const std::string source = test::FixtureDisc("pal-vmg-buttons") + "/VIDEO_TS.VOB";
     test::TempFolder disc;

@@ -31,7 +31,6 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
          "Scenarist is NOT installed and Muxman is not set for authoring - unable to process"},
         {"no DVD Decrypter", {"", true, true, true}, none, noDecrypter},
         {"DVD Decrypter 3.5.0.0", {"3.5.0.0", true, true, true}, none, noDecrypter},
-        {"DVD Decrypter 3.4.9.9", {"3.4.9.9", true, true, true}, none, noDecrypter},
         {"revpulldown removed", {"3.5.4.0", false, true, true}, none, noEncoder},
         {"originals in a conversion", {}, [](test::PipelineFixture& f) { f.job.Options().Conversion = 1; }, noEncoder},
         {"encoder path missing", {},
