@@ -18,6 +18,7 @@
 #include "platform/process.h"
 #include "platform/questions.h"
 #include "platform/registry.h"
+#include "platform/text.h"
 #include "platform/trace.h"
 
 namespace {
@@ -38,21 +39,74 @@ struct Session {
     JobContext Job{Files, Registry, Runner, Questions, Trace, View};
 };
 
+// What reading one IFO file adds to a job, kept so that a file that fails
+// halfway can be taken back before its backup is read.
+struct ReaderState {
+    VTS DiscModel;
+    VTS TitleMap;
+    Collection<PALETTE_NUMBER_Properties> PalettePool;
+    Collection<TempCommands_Properties> TitleCommands;
+    std::vector<StreamUse_Record> StreamUse;
+    TimeBase Timing;
+
+    explicit ReaderState(const JobContext& job)
+        : DiscModel(job.DiscModel), TitleMap(job.TitleMap), PalettePool(job.PalettePool),
+          TitleCommands(job.TitleCommands), StreamUse(job.StreamUse), Timing(job.Timing) {}
+    void Restore(JobContext& job) const {
+        job.DiscModel = DiscModel;
+        job.TitleMap = TitleMap;
+        job.PalettePool = PalettePool;
+        job.TitleCommands = TitleCommands;
+        job.StreamUse = StreamUse;
+        job.Timing = Timing;
+    }
+};
+
+// Reads one IFO file as a job does. When it is missing or cannot be read,
+// its backup copy (.BUP) is read instead, as players and libdvdread do, and
+// a line on the error stream says so. Returns the file that was read.
+std::string ReadIfoOrBackup(Session& session, const std::string& ifo, bool isVideoTS) {
+    const std::string backup = platform::WithExtension(ifo, ".BUP");
+    std::string fault = "there is no such file";
+    if (session.Files.FileExists(ifo)) {
+        const ReaderState before(session.Job);
+        try {
+            GetIFOParams(session.Job, ifo, true, "ALL", isVideoTS);
+            return ifo;
+        } catch (const Error& failure) {
+            fault = failure.what();
+            before.Restore(session.Job);
+        }
+    }
+    const std::string hostIfo = session.Files.ToHost(ifo);
+    if (!session.Files.FileExists(backup)) {
+        throw Error("Cannot read " + hostIfo + " (" + fault + "), and there is no " + platform::FileNameOf(backup) +
+                    " beside it to read instead.");
+    }
+    std::cerr << "kestrova-inspect: cannot read " << hostIfo << " (" << fault << "); reading "
+              << platform::FileNameOf(backup) << " instead\n";
+    GetIFOParams(session.Job, backup, true, "ALL", isVideoTS);
+    return backup;
+}
+
 // Reads every IFO file of a VIDEO_TS folder as a job does, VIDEO_TS.IFO
-// first, and beside the model the disc's first-play and title PGCs.
+// first and then one file for each title set it counts, and beside the
+// model the disc's first-play and title PGCs.
 PlaybackPGCs ReadDisc(Session& session, const std::string& folder) {
     // The first file read fixes the standard, as in a job.
     session.Job.Timing.VideoStandard.clear();
     const std::string drivePath = session.Paths.ToWindows(folder);
     const std::string base = drivePath.back() == '\\' ? drivePath : drivePath + "\\";
-    if (!session.Files.FileExists(base + "VIDEO_TS.IFO")) {
+    if (!session.Files.FileExists(base + "VIDEO_TS.IFO") && !session.Files.FileExists(base + "VIDEO_TS.BUP")) {
         throw Error("There is no VIDEO_TS.IFO in " + folder + "; a VIDEO_TS folder was expected.");
     }
-    std::vector<std::string> ifoFiles{base + "VIDEO_TS.IFO"};
-    for (const auto& name : session.Files.List(drivePath, "VTS_??_0.IFO", platform::ListKind::Files)) {
-        ifoFiles.push_back(base + name);
+    std::vector<std::string> ifoFiles{ReadIfoOrBackup(session, base + "VIDEO_TS.IFO", true)};
+    const auto manager = session.Files.ReadBytes(ifoFiles.front());
+    const std::int64_t titleSets = ByteHandleD(ByteSource{manager, ifoFiles.front()}, kVmgTitleSetCount, 2);
+    for (std::int64_t n = 1; n <= titleSets; ++n) {
+        const std::string number = n < 10 ? "0" + std::to_string(n) : std::to_string(n);
+        ifoFiles.push_back(ReadIfoOrBackup(session, base + "VTS_" + number + "_0.IFO", false));
     }
-    for (std::size_t i = 0; i < ifoFiles.size(); ++i) GetIFOParams(session.Job, ifoFiles[i], true, "ALL", i == 0);
     return ReadPlaybackPGCs(session.Files, ifoFiles);
 }
 

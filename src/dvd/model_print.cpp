@@ -6,6 +6,7 @@
 #include "dvd/crosscheck_dump.h"
 #include "dvd/vm_commands.h"
 #include "job/timecode.h"
+#include "platform/text_encoding.h"
 
 namespace kestrova {
 
@@ -387,7 +388,14 @@ void AddPlaybackPGCs(PrintNode& root, const JobContext& job, const PlaybackPGCs&
 
 std::string JsonQuote(const std::string& text) {
     std::string out = "\"";
-    for (unsigned char c : text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const unsigned char c = static_cast<unsigned char>(text[at]);
+        // Text that is UTF-8 (a folder name, say) stays as it is.
+        if (const std::size_t length = c >= 0x80 ? platform::Utf8SequenceLength(text, at) : 0; length > 1) {
+            out.append(text, at, length);
+            at += length - 1;
+            continue;
+        }
         switch (c) {
             case '"': out += "\\\""; break;
             case '\\': out += "\\\\"; break;
@@ -396,7 +404,7 @@ std::string JsonQuote(const std::string& text) {
             case '\t': out += "\\t"; break;
             default:
                 if (c < 0x20 || c >= 0x7F) {
-                    // Bytes of the disc are not UTF-8; keep each as its own code point.
+                    // A byte that is not part of UTF-8 is kept as its own code point.
                     char escape[8];
                     std::snprintf(escape, sizeof escape, "\\u%04X", c);
                     out += escape;

@@ -66,4 +66,29 @@ std::u16string Utf8ToUtf16(const std::string& text) {
     return out;
 }
 
+std::size_t Utf8SequenceLength(std::string_view text, std::size_t at) {
+    const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(at);
+    std::size_t length = 0;
+    std::uint32_t code = 0;
+    std::uint32_t lowest = 0;
+    if (lead < 0x80) return 1;
+    if (lead >= 0xC0 && lead < 0xE0) {
+        length = 2, code = lead & 0x1Fu, lowest = 0x80;
+    } else if (lead >= 0xE0 && lead < 0xF0) {
+        length = 3, code = lead & 0x0Fu, lowest = 0x800;
+    } else if (lead >= 0xF0 && lead < 0xF8) {
+        length = 4, code = lead & 0x07u, lowest = 0x10000;
+    } else {
+        return 0;
+    }
+    if (at + length > text.size()) return 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80) return 0;
+        code = (code << 6) | (byte(at + i) & 0x3Fu);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < lowest || code > 0x10FFFF || surrogate ? 0 : length;
+}
+
 }  // namespace kestrova::platform

@@ -56,4 +56,30 @@ for disc in "${discs[@]}"; do
     failed=1
   fi
 done
+
+# A title set's IFO that is missing or cut short is read from its backup, as
+# libdvdread does, with a line saying so; with neither, the run fails naming
+# the file. The copy sits in a folder with a UTF-8 name, which --json keeps.
+disc=${discs[0]}
+copy="$scratch/Été/VIDEO_TS"
+mkdir -p "$copy" && cp "$disc"/* "$copy"/
+"$inspect" --crosscheck "$disc" >"$scratch/whole"
+rm "$copy/VTS_01_0.IFO"
+head -c 1000 "$disc/VIDEO_TS.IFO" >"$copy/VIDEO_TS.IFO"
+if ! "$inspect" --crosscheck "$copy" >"$scratch/backup" 2>"$scratch/backup.err" ||
+   ! cmp -s "$scratch/whole" "$scratch/backup" || [[ $(grep -c 'instead' "$scratch/backup.err") != 2 ]]; then
+  echo "FAIL backups: the .BUP files were not read in place of the missing and the cut IFO"
+  cat "$scratch/backup.err"
+  failed=1
+fi
+"$inspect" --json "$copy" >"$scratch/json" 2>/dev/null
+if ! grep -q 'Été' "$scratch/json"; then
+  echo "FAIL json: the folder's UTF-8 name was not written as UTF-8"
+  failed=1
+fi
+rm "$copy/VTS_01_0.BUP"
+if "$inspect" "$copy" >/dev/null 2>"$scratch/none.err" || ! grep -q 'VTS_01_0.IFO' "$scratch/none.err"; then
+  echo "FAIL backups: a title set without IFO and BUP did not fail naming VTS_01_0.IFO"
+  failed=1
+fi
 exit "$failed"
