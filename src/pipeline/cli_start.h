@@ -9,6 +9,12 @@
 
 namespace kestrova {
 
+// The exit statuses of a command-line run.
+inline constexpr int kExitComplete = 0;    // every ticked stage ran
+inline constexpr int kExitFailed = 1;      // a refusal, an abort or a failed stage
+inline constexpr int kExitUsage = 2;       // a bad command line or environment: nothing started
+inline constexpr int kExitPassedOver = 3;  // the run finished with some stages passed over
+
 // Runs the job the arguments ask for; the process's exit status: 0 when the
 // run reached "ReAuthoring complete", 1 for a refusal, an abort or bad
 // input (the message is on standard error), 2 when nothing was asked to run.
