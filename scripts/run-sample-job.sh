@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Runs kestrova-cli over one fixture disc with a program folder and settings
-# of its own, all under WORK: the disc is drive D:, WORK is drive K:, and
-# the result lands in K:\out (WORK/out).
+# Runs kestrova-cli over one fixture disc with settings of its own, all
+# under WORK: the disc is drive D:, WORK is drive K:, and the result lands
+# in K:\out (WORK/out). The outside tools run as their native equivalents,
+# as on any Linux machine.
 #   run-sample-job.sh BUILD_DIR FIXTURES_DIR WORK [DISC] [-- EXTRA CLI ARGUMENTS]
 set -euo pipefail
 
@@ -12,8 +13,7 @@ shift $(( $# < 4 ? $# : 4 ))
 mkdir -p "$work"
 work=$(cd "$work" && pwd)
 
-# The settings: saved settings in use, the run log on, Scenarist present
-# (its automation value).
+# The settings: saved settings in use, the run log on, the assets processed.
 cat > "$work/registry.reg" <<'HIVE'
 REGEDIT4
 
@@ -22,17 +22,11 @@ REGEDIT4
 "LOG_File"=dword:00000001
 "Compile_Option"=dword:00000003
 "ProcessAssets"=dword:00000001
-
-[HKEY_LOCAL_MACHINE\Software\Sonic\Scenarist\Automate]
-"Active"="3.0"
 HIVE
 
 export KESTROVA_DRIVES="D:=$fixtures/$disc@cdrom;K:=$work"
 export KESTROVA_REGISTRY="$work/registry.reg"
-export KESTROVA_PROGRAM_FOLDER="$work/program"
-# The tools the checks look for, from the tool table; DVD Decrypter's
-# registry value names the folder it gets there.
-"$build/kestrova-standin" --tool program-folder 'K:\program'
+export XDG_STATE_HOME="$work/state"
 if [ $# -eq 0 ]; then
   set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000
 fi

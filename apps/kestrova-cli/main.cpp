@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "job/context.h"
-#include "job/tool_table.h"
+#include "job/tool_profile.h"
 #include "pipeline/cli_start.h"
 #include "platform/batch.h"
 #include "platform/error.h"
@@ -23,6 +23,7 @@ namespace {
 const char* const kUsage =
     "Usage: kestrova-cli /STAR /DRIV=LETTER /PATH=\"OUTPUT\" [/TOKEN[=VALUE] ...]\n"
     "       kestrova-cli /INIFILE JOB.INI\n"
+    "       kestrova-cli --tools      which program runs for each outside tool, and why\n"
     "\n"
     "Re-authors the menus of a DVD-Video file set without a window. Questions\n"
     "take their unattended answer and are written to the run log. Exit status 0\n"
@@ -42,8 +43,15 @@ const char* const kUsage =
     "Environment:\n"
     "  KESTROVA_DRIVES=\"D:=/path/to/disc@cdrom;K:=/path/to/jobs\"  drive letters\n"
     "      (Z: is \"/\"); the source disc is the drive given by /DRIV or *DRIVE.\n"
+    "  KESTROVA_TOOLS=native|windows  native (the default): the project's own\n"
+    "      equivalents of the Windows tools; windows: the program folder's .exe\n"
+    "      files through Wine (wine on PATH, or KESTROVA_WINE)\n"
+    "  KESTROVA_TOOL_OVERRIDES=\"Tool.exe=/path/program;...\"  single tools\n"
     "  KESTROVA_PROGRAM_FOLDER  folder of the tools (default: beside this program)\n"
-    "  KESTROVA_REGISTRY        the settings hive file\n";
+    "  KESTROVA_REGISTRY        the settings hive file\n"
+    "  KESTROVA_TRACE=1         the trace of failures on standard error too\n"
+    "The run log starts in $XDG_STATE_HOME/kestrova (~/.local/state/kestrova)\n"
+    "and moves into the output folder when the run begins.\n";
 
 // The console's view of a job: log-list lines on standard output and, on a
 // terminal, one live progress line on standard error.
@@ -91,6 +99,23 @@ private:
     std::string caption_;
 };
 
+// The tools listing: one line a tool, what runs and why.
+int PrintTools(const kestrova::platform::Launcher& launcher, const kestrova::ToolSetup& setup,
+               const kestrova::platform::Registry& registry) {
+    using namespace kestrova;
+    const std::string given = platform::EnvironmentValue("KESTROVA_PROGRAM_FOLDER");
+    const std::string programFolder =
+        launcher.Paths().ToWindows(given.empty() ? platform::ProgramHostFolder() : platform::AbsoluteHostPath(given));
+    std::cout << "Tool profile: " << (setup.Profile == ToolProfile::Native ? "native" : "windows") << '\n';
+    for (const ToolChoice& choice : DescribeTools(launcher, setup, registry, programFolder)) {
+        std::cout << "  " << choice.Tool << ": " << choice.Runs << "\n      " << choice.Why << '\n';
+    }
+    if (const std::string problem = ToolSetupProblem(launcher, setup); !problem.empty()) {
+        std::cout << problem << '\n';
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -98,7 +123,15 @@ int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
         std::cout << kUsage;
-        return args.empty() ? 2 : 0;
+        return args.empty() ? kExitUsage : kExitComplete;
+    }
+    ToolSetup tools;
+    try {
+        tools = ReadToolSetup(platform::EnvironmentValue("KESTROVA_TOOLS"),
+                              platform::EnvironmentValue("KESTROVA_TOOL_OVERRIDES"));
+    } catch (const Error& failure) {
+        std::cerr << "kestrova-cli: " << failure.what() << '\n';
+        return kExitUsage;
     }
     try {
         platform::PathSpace paths = platform::PathSpace::FromEnvironment();
@@ -106,25 +139,38 @@ int main(int argc, char** argv) {
         platform::Registry registry(platform::Registry::DefaultHivePath());
         if (const std::string note = registry.Load(); !note.empty()) std::cerr << "kestrova-cli: " << note << '\n';
         platform::Launcher launcher(paths);
-        // The tools run as their native equivalents, which live beside this program.
-        AddStandInTools(launcher, platform::ProgramHostFolder() + "/kestrova-standin");
+        // The native equivalents live beside this program.
+        ApplyToolSetup(launcher, tools, platform::ProgramHostFolder() + "/kestrova-standin");
+        if (args[0] == "--tools") return PrintTools(launcher, tools, registry);
+        if (const std::string problem = ToolSetupProblem(launcher, tools); !problem.empty()) {
+            std::cerr << "kestrova-cli: " << problem << '\n';
+            return kExitUsage;
+        }
         platform::ProcessRunner runner(launcher);
         platform::BatchInterpreter batch(runner, files, [&registry, &files](const std::string& regFile) {
             return registry.ImportRegFile(files.ToHost(regFile));
         });
+        // The trace of a failure (module and procedure names) goes into the
+        // run log, and on standard error only when asked for; the console
+        // gets the failure's own message.
+        JobContext* running = nullptr;
+        const bool traceToConsole = !platform::EnvironmentValue("KESTROVA_TRACE").empty();
         platform::Trace trace;
-        trace.SetSink([](const std::string& line) { std::cerr << "kestrova-cli: " << line << '\n'; });
+        trace.SetSink([&running, traceToConsole](const std::string& line) {
+            if (traceToConsole) std::cerr << "kestrova-cli: " << line << '\n';
+            if (running != nullptr) LogTrace(*running, line);
+        });
         ConsoleView view(platform::StandardErrorIsTerminal());
         // Unattended answers go to the run log once the job exists.
-        JobContext* running = nullptr;
         platform::ConsoleQuestions questions(std::cin, std::cerr, true, [&running](const std::string& note) {
             if (running != nullptr) LogUnattendedAnswer(*running, note);
         });
         JobContext job(files, registry, runner, questions, trace, view);
+        job.Tools = tools.Profile;
         running = &job;
         return RunFromCommandLine(job, args);
     } catch (const Error& failure) {
         std::cerr << "kestrova-cli: " << failure.what() << '\n';
-        return 1;
+        return kExitFailed;
     }
 }

@@ -8,6 +8,7 @@
 #include "job/folders.h"
 #include "job/log_writers.h"
 #include "job/progress.h"
+#include "job/tool_profile.h"
 #include "platform/path_space.h"
 
 namespace kestrova {
@@ -55,8 +56,7 @@ bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::stri
     const std::string tail = ByCell ? "" : " /DIRECT 2? 3? /CCVOB";
     LogWindow(job, ByCell ? "Demuxing by CELL ID" : "Demuxing by VOB ID");
 
-    const std::string installed =
-        job.Registry.getstring(platform::RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "InstallDirectory");
+    const std::string installed = RegisteredToolFolder(job, "DVDDecrypter.exe");
     const std::string tool = installed + "\\DVDDecrypter.exe";
     WLOG(job, "DvdDecrypter path : " + tool);
     if (installed.empty()) {

@@ -3,6 +3,7 @@
 #include "assets/asset_support.h"
 #include "assets/demux_stage.h"
 #include "job/log_writers.h"
+#include "job/tool_profile.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
 
@@ -37,9 +38,7 @@ void FixDecrypterNames(JobContext& job, const std::string& outFolder, const std:
 }
 
 void RunDecrypterCopy(JobContext& job, const std::string& sourceFolder, const std::string& files) {
-    const std::string tool =
-        job.Registry.getstring(platform::RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "InstallDirectory") +
-        "\\DVDDecrypter.exe";
+    const std::string tool = RegisteredToolFolder(job, "DVDDecrypter.exe") + "\\DVDDecrypter.exe";
     RunOutsideTool(job,
                    CommandLinePath(job, tool) + " /MODE FILE /SRC " + sourceFolder.substr(0, 2) + " /FILES " +
                        files + " /SPLIT FILE /DEST \"" + job.OutputFolder + "\\VIDEO_TS\" /START /CLOSE",

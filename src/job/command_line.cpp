@@ -1,6 +1,8 @@
 // Command-line forms: see command_line.h.
 #include "job/command_line.h"
 
+#include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "platform/error.h"
@@ -87,7 +89,12 @@ void TakeToken(JobContext& job, const std::string& token, CommandLineResult& res
     } else if (word == "DEIN") {
         state.Deinterlace = -1;
     } else if (word == "THRE") {
-        if (ValueOf(token, value)) state.Threshold = static_cast<std::int32_t>(LeadingWholeNumber(value) * 1024000);
+        if (ValueOf(token, value)) {
+            // Megabytes of 1024000 bytes; a size past the field's range is its largest.
+            constexpr std::int64_t kMegabyte = 1024000;
+            constexpr std::int64_t kLimit = std::numeric_limits<std::int32_t>::max() / kMegabyte;
+            state.Threshold = static_cast<std::int32_t>(std::clamp(LeadingWholeNumber(value), -kLimit, kLimit) * kMegabyte);
+        }
     }
 }
 

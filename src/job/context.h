@@ -23,6 +23,10 @@
 
 namespace kestrova {
 
+// How the outside tools run: their native equivalents, or the Windows
+// programs themselves through Wine.
+enum class ToolProfile { Native, Windows };
+
 struct JobContext {
     JobContext(platform::FileSystem& files, platform::Registry& registry, platform::ProcessRunner& runner,
                platform::Questions& questions, platform::Trace& trace, JobView& view);
@@ -58,6 +62,10 @@ struct JobContext {
     // The Scenarist automation version from the registry; empty when
     // Scenarist is not installed.
     std::string ScenaristVersion;
+    // Which tools the pre-flight checks look for; a start from the command
+    // line sets it from the environment. Until then the Windows programs'
+    // own files must be there.
+    ToolProfile Tools = ToolProfile::Windows;
 
     // Job state of a run; flags are 0 and -1.
     std::int16_t JobRunning = 0;

@@ -10,21 +10,24 @@ namespace {
 
 bool RunLogEnabled(JobContext& job) { return job.Settings.Count() > 0 && job.Options().Default_Enable_Log == 1; }
 
-// A failed write turns that log off; the job goes on and the failure is
+// A failed write turns that log off; the job goes on, the user is told once
+// in the log list which file could not be written, and the failure is
 // reported to the trace facility.
 void Write(JobContext& job, Log& log, const std::string& text, const char* procedure) {
     try {
         log.output(text, 9);
     } catch (const Error& failure) {
+        LogWindow(job, "The log " + job.Files.Paths().ToHost(log.File()) + " cannot be written - it is turned off (" +
+                           failure.what() + ")");
         job.Trace.Report(failure.what(), 0, "RunLog", procedure);
     }
 }
 
 }  // namespace
 
-void OpenProgramLogs(JobContext& job) {
-    job.RunLog.File(job.ProgramFolder + "\\Kestrova.LOG");
-    job.RecoveryJournal.File(job.ProgramFolder + "\\Kestrova_Recovery.LOG");
+void OpenProgramLogs(JobContext& job, const std::string& folder) {
+    job.RunLog.File(folder + "\\Kestrova.LOG");
+    job.RecoveryJournal.File(folder + "\\Kestrova_Recovery.LOG");
 }
 
 void MoveLogsToJobRoot(JobContext& job) {

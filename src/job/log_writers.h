@@ -8,8 +8,10 @@
 
 namespace kestrova {
 
-// The two logs beside the program, as the program starts.
-void OpenProgramLogs(JobContext& job);
+// The two logs in `folder` (a drive path), as the program starts and until
+// a run moves them into its job: a folder of the user's, since the
+// program's own folder may be read-only.
+void OpenProgramLogs(JobContext& job, const std::string& folder);
 // The two logs move into the job's root folder, both begun anew.
 void MoveLogsToJobRoot(JobContext& job);
 

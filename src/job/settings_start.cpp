@@ -63,6 +63,12 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     CheckEncoders(job);
 
     LogWindow(job, options.Muxman == 1 ? "Muxman set for authoring" : "Scenarist set for authoring");
+    // The native tools author with their own engine, which reads the scripts
+    // written for Scenarist 3.0 when Scenarist itself is not installed.
+    if (job.ScenaristVersion.empty() && job.Tools == ToolProfile::Native) {
+        job.ScenaristVersion = kNativeScenaristVersion;
+        LogWindow(job, "Scenarist is not installed - the native authoring engine takes its scripts");
+    }
 
     const std::string avisynth = job.SystemFolder + "\\Avisynth.dll";
     if (job.Files.FileExists(avisynth)) {

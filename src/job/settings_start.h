@@ -9,6 +9,9 @@ namespace kestrova {
 
 enum class StartVerdict { Ready, MustEnd };
 
+// The Scenarist version the native authoring engine's scripts are written for.
+inline constexpr const char* kNativeScenaristVersion = "3.0";
+
 // Loads the settings into item 1 of job.Settings and tells the log list what
 // it found. MustEnd means an unsupported Avisynth was found and the user was
 // told; the program ends.

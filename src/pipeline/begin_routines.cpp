@@ -7,6 +7,7 @@
 #include "job/log_writers.h"
 #include "job/progress.h"
 #include "job/settings.h"
+#include "job/tool_profile.h"
 
 namespace kestrova {
 
@@ -27,7 +28,7 @@ void Refuse(JobContext& job, const std::string& text, const std::string& title, 
 }
 
 bool ProgramFileExists(JobContext& job, const std::string& name) {
-    return job.Files.FileExists(job.ProgramFolder + "\\" + name);
+    return ToolPresent(job, job.ProgramFolder + "\\" + name);
 }
 
 // The version text of DVD Decrypter must be 3.5 with a later part above 0.
@@ -114,10 +115,9 @@ void BeginRoutines(JobContext& job) {
         return;
     }
 
-    const std::string decrypter =
-        job.Registry.getstring(RegistryRoot::CurrentUser, kDecrypterKey, "InstallDirectory") + "\\DVDDecrypter.exe";
+    const std::string decrypter = RegisteredToolFolder(job, "DVDDecrypter.exe") + "\\DVDDecrypter.exe";
     SetDecrypterTray(job, false);
-    const std::string version = VersionOfFile(job, decrypter);
+    const std::string version = ToolVersion(job, decrypter);
 
     if (options.EnableReBuilder == 1 && options.Reverse == 0 && options.SourceCopy == 0) {
         const bool goOn = job.Questions.AskYesNo(

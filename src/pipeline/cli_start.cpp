@@ -7,6 +7,7 @@
 #include "job/command_line.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
+#include "job/settings.h"
 #include "job/settings_start.h"
 #include "job/tool_runner.h"
 #include "pipeline/pipeline.h"
@@ -21,8 +22,35 @@ using platform::StartsWithIgnoreCase;
 
 namespace {
 
+// A path given on the command line as a drive path. Anything that is not
+// one already ("K:\\out", "\\\\server\\share") is a host path, made whole
+// against the current folder ("out", "../jobs/out", "/home/me/out").
 std::string AsDrivePath(const JobContext& job, const std::string& path) {
-    return !path.empty() && path.front() == '/' ? job.Files.Paths().ToWindows(path) : path;
+    if (path.empty() || platform::PathSpace::IsDrivePath(path) || path.front() == '\\') return path;
+    return job.Files.Paths().ToWindows(platform::AbsoluteHostPath(path));
+}
+
+// A drive path as a user reads it on the console: the host path, then the
+// drive path in brackets; a drive that is not mapped has only the latter.
+std::string ForTheConsole(const JobContext& job, const std::string& drivePath) {
+    try {
+        return job.Files.Paths().ToHost(drivePath) + " (" + drivePath + ")";
+    } catch (const Error&) {
+        return drivePath;
+    }
+}
+
+// The folder the logs start in, made if it is missing: the user's state
+// folder. A job's run moves them into its output folder.
+std::string StartLogFolder(const JobContext& job) {
+    const std::string folder = job.Files.Paths().ToWindows(platform::UserStateFolder());
+    try {
+        job.Files.MakeFolder(folder);
+    } catch (const Error& failure) {
+        std::cerr << "kestrova-cli: the log folder " << platform::UserStateFolder() << " cannot be made (" << failure.what()
+                  << "); the run log starts in the job's output folder\n";
+    }
+    return folder;
 }
 
 std::string ProgramFolderOf(const JobContext& job) {
@@ -40,6 +68,10 @@ int Fail(JobContext& job, const std::string& message) {
 }  // namespace
 
 void LogUnattendedAnswer(JobContext& job, const std::string& note) { WLOG(job, note); }
+
+// A log that failed is off by then, so a failure to write this line makes
+// no further report.
+void LogTrace(JobContext& job, const std::string& line) { WLOG(job, "TRACE: " + line); }
 
 std::string CommandTextOf(const JobContext& job, const std::vector<std::string>& args) {
     std::string text;
@@ -62,9 +94,14 @@ std::string CommandTextOf(const JobContext& job, const std::vector<std::string>&
 int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     job.ProgramFolder = ProgramFolderOf(job);
     AttachRunner(job);
-    OpenProgramLogs(job);
-    WLOG(job, "Main Loaded");
+    OpenProgramLogs(job, StartLogFolder(job));
+    // Without saved settings (a first run) the run log is on: a run with no
+    // window has no other record. Saved settings say for themselves.
+    const bool firstRun =
+        job.Registry.getdword(platform::RegistryRoot::CurrentUser, kSettingsKey, "Save_Settings") != 2;
     if (LoadSettingsAtStart(job) == StartVerdict::MustEnd) return 1;
+    if (firstRun) job.Options().Default_Enable_Log = 1;
+    WLOG(job, "Main Loaded");
     WLOG(job, "Initial Settings loaded");
 
     const CommandLineResult parsed = ParseCommandLine(job, CommandTextOf(job, args));
@@ -79,11 +116,10 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     if (job.SourceDrive.empty()) return Fail(job, "No source drive given (/DRIV=LETTER or *DRIVE in the INI file)");
     const std::string source = job.SourceDrive.substr(0, 1) + ":\\VIDEO_TS";
     if (!job.Files.FolderExists(source)) {
-        return Fail(job, "The source folder " + source + " does not exist (" +
-                             (job.Files.Paths().IsDrivePath(source) ? "see KESTROVA_DRIVES" : "") + ")");
+        return Fail(job, "The source folder " + ForTheConsole(job, source) + " does not exist (see KESTROVA_DRIVES)");
     }
     if (!job.Files.FileExists(source + "\\VIDEO_TS.IFO")) {
-        return Fail(job, "The source folder " + source + " holds no VIDEO_TS.IFO");
+        return Fail(job, "The source folder " + ForTheConsole(job, source) + " holds no VIDEO_TS.IFO");
     }
     ReLoadMenus(job, "", job.Options().Default_Threshold);
     job.Text1 = source;
@@ -106,11 +142,10 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     } catch (const Error& failure) {
         // The report names the procedure the failure was thrown from.
         job.Trace.ReportUnwound(failure.what(), "CommandLine", "RunFromCommandLine");
-        WLOG(job, failure.what());
-        return 1;
+        return Fail(job, failure.what());
     }
     if (job.Completed) return 0;
-    std::cerr << "kestrova-cli: the job did not complete; see " << job.RunLog.File() << '\n';
+    std::cerr << "kestrova-cli: the job did not complete; see " << ForTheConsole(job, job.RunLog.File()) << '\n';
     return 1;
 }
 

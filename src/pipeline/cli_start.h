@@ -27,5 +27,8 @@ std::string CommandTextOf(const JobContext& job, const std::vector<std::string>&
 
 // A question answered without a person, in the run log.
 void LogUnattendedAnswer(JobContext& job, const std::string& note);
+// A line of the trace facility (a failure with its procedure and call
+// stack), in the run log.
+void LogTrace(JobContext& job, const std::string& line);
 
 }  // namespace kestrova

@@ -2,13 +2,13 @@
 #include "platform/launcher.h"
 
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
 #include "platform/command_line.h"
 #include "platform/error.h"
+#include "platform/terminal.h"
 
 namespace kestrova::platform {
 
@@ -60,6 +60,10 @@ std::string ReadMagic(const std::string& hostPath) {
 
 }  // namespace
 
+bool IsRegularFileAt(const std::string& hostPath) { return IsRegularFile(hostPath); }
+
+bool IsExecutableFile(const std::string& hostPath) { return IsRegularFile(hostPath) && IsExecutable(hostPath); }
+
 std::string DefaultWindowTitle(const std::string& toolFileName) {
     for (const auto& entry : kDefaultTitles) {
         if (EqualsIgnoreCase(toolFileName, entry.FileName)) return entry.Title;
@@ -102,23 +106,25 @@ std::string Launcher::FindInSearchPath(const std::string& name) const {
     return {};
 }
 
-std::string Launcher::FindWine() const {
-    if (!wine_.empty()) return wine_;
-    if (const char* wine = std::getenv("KESTROVA_WINE"); wine != nullptr && *wine != '\0') return wine;
-    if (const char* path = std::getenv("PATH"); path != nullptr) {
-        const std::string folders = path;
-        std::size_t start = 0;
-        while (start <= folders.size()) {
-            std::size_t end = folders.find(':', start);
-            if (end == std::string::npos) end = folders.size();
-            const std::string folder = folders.substr(start, end - start);
-            start = end + 1;
-            if (folder.empty()) continue;
-            const std::string candidate = folder + "/wine";
-            if (IsRegularFile(candidate) && IsExecutable(candidate)) return candidate;
-        }
+std::string FindOnHostPath(const std::string& name) {
+    const std::string folders = EnvironmentValue("PATH");
+    std::size_t start = 0;
+    while (start <= folders.size()) {
+        std::size_t end = folders.find(':', start);
+        if (end == std::string::npos) end = folders.size();
+        const std::string folder = folders.substr(start, end - start);
+        start = end + 1;
+        if (folder.empty()) continue;
+        const std::string candidate = folder + "/" + name;
+        if (IsRegularFile(candidate) && IsExecutable(candidate)) return candidate;
     }
     return {};
+}
+
+std::string Launcher::FindWine() const {
+    if (!wine_.empty()) return wine_;
+    if (const std::string wine = EnvironmentValue("KESTROVA_WINE"); !wine.empty()) return wine;
+    return FindOnHostPath("wine");
 }
 
 LaunchPlan Launcher::Plan(const std::string& commandLine) const {

@@ -69,8 +69,14 @@ public:
     // is not a program this host can run, and a Windows program without Wine.
     LaunchPlan Plan(const std::string& commandLine) const;
 
-private:
+    // The Wine loader Windows programs would run through; "" when none is found.
+    std::string WineProgram() const { return FindWine(); }
+
+    // The override for a tool file name ("PgcDemux" finds "PgcDemux.exe");
+    // nullptr when the tool has none.
     const ToolOverride* FindOverride(const std::string& fileName) const;
+
+private:
     std::string FindInSearchPath(const std::string& name) const;
     std::string FindWine() const;
 
@@ -80,6 +86,14 @@ private:
     std::string wine_;
     std::map<std::string, std::string> environment_;
 };
+
+// Whether a host path is a regular file, and one marked executable.
+bool IsRegularFileAt(const std::string& hostPath);
+bool IsExecutableFile(const std::string& hostPath);
+
+// The host program `name` found in the folders of $PATH (an executable
+// regular file), or "" when none is.
+std::string FindOnHostPath(const std::string& name);
 
 // The window title a tool's main window has, for the tools the job closes
 // by title ("DVDDecrypter.exe" -> "DVD Decrypter"); empty for the others.

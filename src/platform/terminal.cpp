@@ -1,6 +1,7 @@
 // Process surroundings: see terminal.h.
 #include "platform/terminal.h"
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -20,6 +21,24 @@ std::string ProgramHostFolder() {
 std::string EnvironmentValue(const std::string& name) {
     const char* value = std::getenv(name.c_str());
     return value == nullptr ? std::string() : std::string(value);
+}
+
+std::string UserStateFolder() {
+    const std::string state = EnvironmentValue("XDG_STATE_HOME");
+    if (!state.empty() && state.front() == '/') return state + "/kestrova";
+    std::string home = EnvironmentValue("HOME");
+    if (home.empty() || home.front() != '/') {
+        const passwd* user = ::getpwuid(::getuid());
+        home = user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/tmp";
+    }
+    return (home == "/" ? "" : home) + "/.local/state/kestrova";
+}
+
+std::string AbsoluteHostPath(const std::string& path) {
+    if (!path.empty() && path.front() == '/') return path;
+    std::error_code ec;
+    const auto whole = std::filesystem::absolute(path, ec);
+    return ec ? path : whole.lexically_normal().string();
 }
 
 }  // namespace kestrova::platform

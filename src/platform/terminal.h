@@ -1,5 +1,6 @@
 // Facts about the process's own surroundings that the console front end
-// needs: whether it writes to a terminal, and where its program file is.
+// needs: whether it writes to a terminal, where its program file is, and
+// where the user's own files go.
 #pragma once
 
 #include <string>
@@ -11,5 +12,10 @@ bool StandardErrorIsTerminal();
 std::string ProgramHostFolder();
 // An environment value, or "" when unset.
 std::string EnvironmentValue(const std::string& name);
+// The folder for the user's logs of this program: $XDG_STATE_HOME/kestrova,
+// else ~/.local/state/kestrova. It is not made here.
+std::string UserStateFolder();
+// A host path made whole against the current folder ("out" -> "/home/me/out").
+std::string AbsoluteHostPath(const std::string& path);
 
 }  // namespace kestrova::platform

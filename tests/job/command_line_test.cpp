@@ -53,6 +53,10 @@ TEST(CommandLine, TokensWithoutTheirValueAreAbsentAndCceChoiceYieldsWhenOverridd
     EXPECT_EQ(f.job.State().Threshold, 0);
     EXPECT_EQ(f.job.State().OnePass, -1);
 
+    // A size past the field's range is its largest, not an overflow.
+    ParseCommandLine(f.job, "/THRE=99999999999999999999");
+    EXPECT_EQ(f.job.State().Threshold, 2097 * 1024000);
+
     test::JobFixture g;
     g.job.Options().DIF4UOverRide = 1;
     g.job.Options().CCE_Method = 2;

@@ -83,13 +83,13 @@ TEST(LogWriters, RunLogObeysTheLogSettingWhileTheJournalAlwaysWrites) {
     EXPECT_EQ(f.temp.Read("Kestrova_Recovery.LOG"), "-----\r\nVTS1\r\n");
 }
 
-TEST(LogWriters, LogsStartBesideTheProgramAndMoveIntoTheJob) {
+TEST(LogWriters, LogsStartInTheUsersFolderAndMoveIntoTheJob) {
     test::JobFixture f;
     f.job.Options().Default_Enable_Log = 1;
-    f.files.MakeFolder(f.job.ProgramFolder);
-    OpenProgramLogs(f.job);
+    f.files.MakeFolder("K:\\state");
+    OpenProgramLogs(f.job, "K:\\state");
     WLOG(f.job, "Main Loaded");
-    EXPECT_TRUE(f.temp.Exists("Program/Kestrova.LOG"));
+    EXPECT_TRUE(f.temp.Exists("state/Kestrova.LOG"));
 
     f.temp.Write("JOB/Kestrova_Recovery.LOG", "an earlier run\r\n");
     f.job.JobRoot = "K:\\JOB";
