@@ -119,6 +119,10 @@ std::vector<ToolChoice> DescribeTools(const platform::Launcher& launcher, const 
         }
         choices.push_back(std::move(choice));
     }
+    // The batch files the job writes and runs, and the regedit lines in them.
+    choices.push_back({"*.bat", "the built-in batch interpreter", "in either profile; its program lines run as above"});
+    choices.push_back({"regedit.exe", "the built-in batch interpreter",
+                       "imports the .reg file into the settings hive, in either profile"});
     return choices;
 }
 
