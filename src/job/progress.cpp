@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "job/folders.h"
+#include "job/tool_runner.h"
 
 namespace kestrova {
 
@@ -53,7 +54,7 @@ void UpdateProgress(JobContext& job, std::int64_t value, std::int64_t maximum, c
     job.JobBar = mirror ? job.StageBar : std::clamp<int>(state.Progress, 0, 100);
     job.View.ShowStageBar(job.StageBar, 100);
     job.View.ShowJobBar(job.JobBar, 100);
-    job.View.ServeMessages();
+    ServeMessages(job);
 }
 
 void DemuxProgress(JobContext& job) {
