@@ -38,6 +38,13 @@ void SetProgress(JobContext& job, bool bigStep) {
     UpdateProgress(job, 0, 0, state.cProcedure, true, false);
 }
 
+void AdvanceProgress(JobContext& job, std::int16_t position) {
+    auto& state = job.State();
+    if (state.Progress >= position) return;
+    state.Progress = position;
+    UpdateProgress(job, 0, 0, state.cProcedure, true, false);
+}
+
 void UpdateProgress(JobContext& job, std::int64_t value, std::int64_t maximum, const std::string& caption, bool reset,
                     bool mirror) {
     auto& state = job.State();
