@@ -144,7 +144,7 @@ public:
     // A wait of 250 ms with the pump alive.
     void pause250() { MsgWaitObj(250); }
 
-    // Ends every running child with its process group.
+    // Ends every running child, each with what it started (Terminate).
     void Stop();
     // Stop, and start nothing more (batches end at their next line) until
     // ResetStop.
