@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "console_view.h"
 #include "job/context.h"
 #include "job/tool_profile.h"
 #include "pipeline/cli_start.h"
@@ -52,52 +53,6 @@ const char* const kUsage =
     "  KESTROVA_TRACE=1         the trace of failures on standard error too\n"
     "The run log starts in $XDG_STATE_HOME/kestrova (~/.local/state/kestrova)\n"
     "and moves into the output folder when the run begins.\n";
-
-// The console's view of a job: log-list lines on standard output and, on a
-// terminal, one live progress line on standard error.
-class ConsoleView : public kestrova::JobView {
-public:
-    explicit ConsoleView(bool live) : live_(live) {}
-
-    void AddListLine(const std::string& line) override {
-        Clear();
-        std::cout << line << '\n' << std::flush;
-        Draw();
-    }
-    void ShowStageBar(int value, int) override {
-        stage_ = value;
-        Draw();
-    }
-    void ShowJobBar(int value, int) override {
-        job_ = value;
-        Draw();
-    }
-    void ShowCaption(const std::string& caption) override {
-        caption_ = caption;
-        Draw();
-    }
-    void ServeMessages() override {}
-    ~ConsoleView() override { Clear(); }
-
-private:
-    void Draw() {
-        if (!live_) return;
-        std::cerr << "\r[job " << job_ << "%] [" << (caption_.empty() ? "stage" : caption_) << " " << stage_ << "%]   "
-                  << std::flush;
-        drawn_ = true;
-    }
-    void Clear() {
-        if (!live_ || !drawn_) return;
-        std::cerr << "\r" << std::string(60, ' ') << "\r" << std::flush;
-        drawn_ = false;
-    }
-
-    bool live_;
-    bool drawn_ = false;
-    int stage_ = 0;
-    int job_ = 0;
-    std::string caption_;
-};
 
 // The tools listing: one line a tool, what runs and why.
 int PrintTools(const kestrova::platform::Launcher& launcher, const kestrova::ToolSetup& setup,

@@ -2,6 +2,7 @@
 #include "job/folders.h"
 
 #include "job/log_writers.h"
+#include "job/tool_runner.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
 #include "platform/version_info.h"
@@ -168,7 +169,7 @@ bool CheckLocation(JobContext& job, const std::string& path) {
     }
     job.OutputFolder = path;
     job.Text2 = path;
-    job.View.ServeMessages();
+    ServeMessages(job);
     LogWindow(job, "Delete Complete");
     return false;
 }

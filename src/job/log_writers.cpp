@@ -1,6 +1,7 @@
 // Writing helpers of the run log, journal and log list: see log_writers.h.
 #include "job/log_writers.h"
 
+#include "job/tool_runner.h"
 #include "platform/clock.h"
 #include "platform/error.h"
 
@@ -65,7 +66,7 @@ void LogWindow(JobContext& job, const std::string& text, bool indent) {
         job.View.AddListLine(time + " " + state.CurrentProcedure + " is complete");
         job.View.AddListLine(time + " ");
     }
-    job.View.ServeMessages();
+    ServeMessages(job);
 }
 
 void NotYetAvailable(JobContext& job, const std::string& stage) {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "job/folders.h"
+#include "job/tool_runner.h"
 
 namespace kestrova {
 
@@ -37,6 +38,13 @@ void SetProgress(JobContext& job, bool bigStep) {
     UpdateProgress(job, 0, 0, state.cProcedure, true, false);
 }
 
+void AdvanceProgress(JobContext& job, std::int16_t position) {
+    auto& state = job.State();
+    if (state.Progress >= position) return;
+    state.Progress = position;
+    UpdateProgress(job, 0, 0, state.cProcedure, true, false);
+}
+
 void UpdateProgress(JobContext& job, std::int64_t value, std::int64_t maximum, const std::string& caption, bool reset,
                     bool mirror) {
     auto& state = job.State();
@@ -53,7 +61,7 @@ void UpdateProgress(JobContext& job, std::int64_t value, std::int64_t maximum, c
     job.JobBar = mirror ? job.StageBar : std::clamp<int>(state.Progress, 0, 100);
     job.View.ShowStageBar(job.StageBar, 100);
     job.View.ShowJobBar(job.JobBar, 100);
-    job.View.ServeMessages();
+    ServeMessages(job);
 }
 
 void DemuxProgress(JobContext& job) {

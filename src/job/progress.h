@@ -15,6 +15,10 @@ namespace kestrova {
 void SetProgressMax(JobContext& job);
 // Moves the job bar by 5 (a big step) or by the normal step.
 void SetProgress(JobContext& job, bool bigStep);
+// Moves the job bar forward to the position (0 to 100) where it stands
+// below it: to a domain's share of the run, which the whole-number steps
+// fall short of, and to the end of the run.
+void AdvanceProgress(JobContext& job, std::int16_t position);
 // Shows the caption and moves the stage bar to value / maximum, or to 0 with
 // `reset`; the job bar then follows the stage bar (`mirror`) or the job's
 // progress.

@@ -3,6 +3,7 @@
 
 #include "job/log_writers.h"
 #include "job/progress.h"
+#include "platform/stop_signals.h"
 
 namespace kestrova {
 
@@ -23,16 +24,27 @@ void JobPump(JobContext& job) {
             job.SoftEncodeTestClosed = -1;
         }
     }
-    job.View.ServeMessages();
+    ServeMessages(job);
     // A stop confirmed while the tool ran ends it, and nothing new starts.
     if (job.StopRequested != 0 && !job.Runner.StopRequested()) job.Runner.RequestStop();
+}
+
+void ServeMessages(JobContext& job) {
+    job.View.ServeMessages();
+    if (const int signal = platform::TakeStopSignal(); signal != 0) {
+        WLOG(job, platform::StopSignalName(signal) + " received");
+        WLOG(job, "Job Stopped");
+        job.StopRequested = -1;
+        job.ClosingDown = -1;
+        job.Runner.RequestStop();
+    }
 }
 
 void ShellAndWait(JobContext& job, const std::string& commandLine, std::int16_t windowStyle) {
     platform::TraceFrame frame(job.Trace, "ToolRunner", "ShellAndWait");
     if (job.StopRequested != 0) return;
     job.Runner.ShellAndWait(commandLine, windowStyle, [&job] { JobPump(job); });
-    job.View.ServeMessages();
+    ServeMessages(job);
 }
 
 int MsgWaitObj(JobContext& job, std::int32_t timeoutMs) { return job.Runner.MsgWaitObj(timeoutMs); }

@@ -18,6 +18,13 @@ void AttachRunner(JobContext& job);
 // One pass of the wait loop's work.
 void JobPump(JobContext& job);
 
+// One pass over what can happen while the job is busy: the view's input
+// (the stop button), and a stop signal to the process (platform
+// StopSignals), which stops the job as a confirmed stop does: the run log
+// says so, the running tool ends with all it started, nothing new starts,
+// and the run leaves at its next stop test.
+void ServeMessages(JobContext& job);
+
 // Runs a Windows command line and waits for its end. No exit code is read:
 // a stage knows how a tool fared by the files it left.
 void ShellAndWait(JobContext& job, const std::string& commandLine, std::int16_t windowStyle);

@@ -13,6 +13,7 @@
 #include "pipeline/pipeline.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
+#include "platform/stop_signals.h"
 #include "platform/terminal.h"
 #include "platform/text.h"
 
@@ -137,10 +138,15 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     // refused start leaves nothing behind; a folder that cannot be made
     // ends the run with its reason.
     job.UnattendedRun = -1;
+    // Ctrl-C, a closed terminal or a SIGTERM stops the run as the stop
+    // button would, so that no tool is left running.
+    platform::StopSignals stopSignals;
     try {
         BeginRoutines(job);
-    } catch (const Error& failure) {
-        // The report names the procedure the failure was thrown from.
+    } catch (const std::exception& failure) {
+        // Any kind is caught, so that the stack unwinds and a tool still
+        // running ends with all it started. The report names the procedure
+        // the failure was thrown from.
         job.Trace.ReportUnwound(failure.what(), "CommandLine", "RunFromCommandLine");
         return Fail(job, failure.what());
     }

@@ -43,6 +43,13 @@ enum class Flow { Next, Leave };
 
 bool Stopped(const JobContext& job) { return job.StopRequested != 0; }
 
+// A stage boundary of the domain loop: the job bar takes its normal step,
+// then the stop test. A domain passes at most 13 of them, its share of the
+// bar's 90.
+bool StageBoundary(JobContext& job) {
+    SetProgress(job, false);
+    return Stopped(job);
+}
 
 void DeleteIfExists(JobContext& job, const std::string& path) {
     if (job.Files.FileExists(path)) job.Files.DeleteFile(path);
@@ -99,13 +106,13 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     RLOG(job, "-----");
     s.CurrentMenu = static_cast<std::int16_t>(index);
     s.Files_Encoded = -1;
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     const std::string vobPath = job.SelectedMenus[index];
     const std::string name = FileNameOf(vobPath);
     job.WorkFolder = job.JobRoot + "\\D_" + name.substr(0, 8);
     s.RootFolder = job.Files.Paths().GetShortPath(job.JobRoot) + "\\D_" + name.substr(0, 8);
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
     s.FolderSize = static_cast<std::int64_t>(job.Files.FileSize(vobPath));
 
     WLF(job, "Processing " + name);
@@ -130,14 +137,14 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     s.RemainingFiles -= static_cast<std::int64_t>(job.Files.FileSize(vobPath));
     if (job.Files.FileExists(base + ".IFO")) s.RemainingFiles -= static_cast<std::int64_t>(job.Files.FileSize(base + ".IFO"));
     if (job.Files.FileExists(base + ".BUP")) s.RemainingFiles -= static_cast<std::int64_t>(job.Files.FileSize(base + ".BUP"));
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
     domain.Authored = -1;
     domain.OutputDir = job.WorkFolder;
     job.DiscModel.Item(1).Root = job.JobRoot;
     LogWindow(job, WithoutExtension(name));
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     MakeWorkFolders(job, job.WorkFolder);
 
@@ -155,10 +162,10 @@ Flow RunDomain(JobContext& job, std::size_t index) {
             return Flow::Leave;
         }
     }
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     const std::int16_t streams = VobAnalysis(job, {CreateIFO, NewConvert_SUBS, FindHighlightBitmaps});
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     const bool cellPass = NeedsCellPass(domain);
     if (domain.Split_Cell == 0 && cellPass) {
@@ -184,9 +191,9 @@ Flow RunDomain(JobContext& job, std::size_t index) {
                 EnableFileRename(job, byCell);
             }
         }
-        if (Stopped(job)) return Flow::Leave;
+        if (StageBoundary(job)) return Flow::Leave;
     } else if (domain.Split_Cell == 0) {
-        if (Stopped(job)) return Flow::Leave;
+        if (StageBoundary(job)) return Flow::Leave;
         if (RecoverySkip(job, 4)) {
             LogWindow(job, "Moving Audio skipped");
         } else {
@@ -201,16 +208,16 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     frameServing.UpdateMPV = UpdateMPV;
     NewDVD2AVIProc(job, frameServing);
     RLOG(job, "PROCESSASSETS");
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     EnableAudioProcess(job);
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
 
     if (o.Default_RewriteSST == 1) CheckSSTFor2SecondBMP(job, streams, s.StreamCount);
     ProcessSST(job, streams, s.StreamCount);
     CheckDisplayMode(job);
     VobParse(job, job.WorkFolder + "\\SUBTITLES\\PGC_1.bov");
-    if (Stopped(job)) return Flow::Leave;
+    if (StageBoundary(job)) return Flow::Leave;
     return Flow::Next;
 }
 
@@ -251,7 +258,10 @@ Flow RunEncoding(JobContext& job) {
     }
     RLOG(job, "MPV ENCODED");
     if (Stopped(job)) return Flow::Leave;
+    SetProgress(job, true);
     if (job.State().NoAuthor != 0) {
+        // The run ends here, as it was asked to.
+        AdvanceProgress(job, 100);
         job.CloseAfterJob = -1;
         return Flow::Leave;
     }
@@ -355,6 +365,7 @@ void RunFinishing(JobContext& job) {
         DeleteTemporaryFiles(job);
     }
     job.DiscModel.Clear();
+    AdvanceProgress(job, 100);
     WLF(job, "ReAuthoring complete");
     job.Completed = true;
 }
@@ -396,11 +407,15 @@ void StartKestrova(JobContext& job) {
         for (std::size_t index = 1; index <= static_cast<std::size_t>(menuCount) && index < job.SelectedMenus.size();
              ++index) {
             if (RunDomain(job, index) == Flow::Leave) return;
+            // The domains share 90 of the job bar; the other 10 are the big
+            // steps of encoding and authoring.
+            AdvanceProgress(job, static_cast<std::int16_t>(90 * index / static_cast<std::size_t>(menuCount)));
         }
         if (RunEncoding(job) == Flow::Leave) return;
         job.View.ShowCaption("");
         const Flow authored = job.Options().Muxman == 1 ? RunMuxman(job) : RunScenarist(job);
         if (authored == Flow::Leave) return;
+        SetProgress(job, true);
     }
     RunFinishing(job);
 }

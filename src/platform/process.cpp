@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -73,6 +74,12 @@ private:
 
 bool GroupIsGone(int pgid) { return ::kill(-pgid, 0) == -1 && errno == ESRCH; }
 
+// Whether this process was started by a runner as a tool (or by such a tool).
+bool InsideToolGroup() {
+    const char* marker = std::getenv(kToolGroupVariable);
+    return marker != nullptr && *marker != '\0';
+}
+
 std::string DescribeStartFailure(const LaunchPlan& plan, int error) {
     std::string text = "Cannot start \"" + plan.Program + "\"";
     if (!plan.Argv.empty() && plan.Argv.front() != plan.Program) text += " (host command " + plan.Argv.front() + ")";
@@ -107,11 +114,16 @@ std::unique_ptr<ChildProcess> ChildProcess::Spawn(const LaunchPlan& plan, bool c
         posix_spawn_file_actions_adddup2(&actions, 1, 2);
     }
 
-    // Its own process group, so that a stop reaches its children too; and
-    // the signals a stop sends are not inherited as ignored or blocked.
+    // A process group of its own, so that a stop reaches what it starts
+    // too, unless this process is a tool: then its children stay in the
+    // group that the job's stop ends. The signals a stop sends are not
+    // inherited as ignored or blocked.
+    const bool ownGroup = !InsideToolGroup();
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    short flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    if (ownGroup) flags |= POSIX_SPAWN_SETPGROUP;
+    posix_spawnattr_setflags(&attributes, flags);
     posix_spawnattr_setpgroup(&attributes, 0);
     sigset_t none;
     sigemptyset(&none);
@@ -122,7 +134,9 @@ std::unique_ptr<ChildProcess> ChildProcess::Spawn(const LaunchPlan& plan, bool c
     posix_spawnattr_setsigdefault(&attributes, &defaults);
 
     std::vector<std::string> arguments = plan.Argv;
-    std::vector<std::string> environment = ChildEnvironment(plan.Environment);
+    std::vector<std::string> additions = plan.Environment;
+    additions.push_back(std::string(kToolGroupVariable) + "=1");
+    std::vector<std::string> environment = ChildEnvironment(additions);
     std::vector<char*> argv = PointersTo(arguments);
     std::vector<char*> envp = PointersTo(environment);
 
@@ -134,6 +148,7 @@ std::unique_ptr<ChildProcess> ChildProcess::Spawn(const LaunchPlan& plan, bool c
 
     std::unique_ptr<ChildProcess> child(new ChildProcess());
     child->pid_ = pid;
+    child->ownsGroup_ = ownGroup;
     child->title_ = plan.WindowTitle;
     child->program_ = plan.Program;
     child->output_ = readEnd.Release();
@@ -171,8 +186,11 @@ bool ChildProcess::Ended() {
 
 void ChildProcess::Terminate(int graceMs) {
     terminated_ = true;
-    const int group = pid_;
-    ::kill(-group, SIGTERM);
+    // The group's number is the child's pid; a child in this process's own
+    // group is signalled alone, since signalling the group would end this
+    // process too.
+    const int target = ownsGroup_ ? -pid_ : pid_;
+    ::kill(target, SIGTERM);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(graceMs);
     while (!Ended() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -182,10 +200,10 @@ void ChildProcess::Terminate(int graceMs) {
     // cannot have been reused: ended members that nobody reaped yet still
     // hold it, and a group that is gone makes this a no-op.
     if (!Ended()) {
-        ::kill(-group, SIGKILL);
-    } else if (!GroupIsGone(group)) {
+        ::kill(target, SIGKILL);
+    } else if (ownsGroup_ && !GroupIsGone(pid_)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(kGroupSettleMs));
-        ::kill(-group, SIGKILL);
+        ::kill(target, SIGKILL);
     }
     if (!ended_) {
         int status = 0;

@@ -1,8 +1,13 @@
 // The tool runner: starts a Windows command line through the launcher and
 // waits for it while a pump callback keeps the job alive (progress bars,
-// the stop button, closing a tool's window). A stop ends the running
-// child's whole process group. Children are known by the window title of
-// their tool, so "closing the window titled X" ends the child known as X.
+// the stop button, closing a tool's window). Children are known by the
+// window title of their tool, so "closing the window titled X" ends the
+// child known as X.
+//
+// A stop ends the running child with everything it started: each child the
+// job starts leads a process group of its own, and a tool that runs
+// programs of its own (a stand-in running ffmpeg) keeps them in that group,
+// because its runner finds kToolGroupVariable set and asks for no new group.
 //
 // One thread: the pump runs on the waiting stack, and may itself call
 // Stop, RequestStop, CloseWindow or even a nested wait.
@@ -20,6 +25,10 @@
 
 namespace kestrova::platform {
 
+// Set in every child's environment: the child and whatever it starts belong
+// to the process group that the job's stop ends.
+inline constexpr const char* kToolGroupVariable = "KESTROVA_TOOL_GROUP";
+
 // A started child. It is ended (with its process group) if it is still
 // running when it is destroyed, so an exception out of a wait leaves no
 // orphan behind.
@@ -27,9 +36,12 @@ class ChildProcess {
 public:
     using OutputSink = std::function<void(const std::string&)>;
 
-    // Starts the plan's host command in a process group of its own, stdin
-    // from /dev/null, stdout and stderr to a pipe (or /dev/null without a
-    // sink). Throws Error naming the program when it cannot be started.
+    // Starts the plan's host command, stdin from /dev/null, stdout and
+    // stderr to a pipe (or /dev/null without a sink). The child leads a
+    // process group of its own, unless this process is itself a tool (its
+    // environment has kToolGroupVariable): then the child stays in this
+    // process's group. Throws Error naming the program when it cannot be
+    // started.
     static std::unique_ptr<ChildProcess> Spawn(const LaunchPlan& plan, bool captureOutput);
 
     ~ChildProcess();
@@ -47,8 +59,13 @@ public:
     // True when Terminate ended it.
     bool Terminated() const { return terminated_; }
 
-    // Ends the whole process group: SIGTERM, then SIGKILL to what is left
-    // after the grace time, and reaps the child.
+    // Whether the child leads a process group of its own.
+    bool OwnsGroup() const { return ownsGroup_; }
+
+    // Ends the child: SIGTERM, then SIGKILL to what is left after the grace
+    // time, and reaps it. A child that leads its group is ended with the
+    // whole group; one that shares this process's group is ended alone
+    // (the group is ended from above, by whoever started this process).
     void Terminate(int graceMs = 500);
 
     // A descriptor that becomes readable when the child ends, or -1.
@@ -69,6 +86,7 @@ private:
     int exitCode_ = -1;
     bool ended_ = false;
     bool terminated_ = false;
+    bool ownsGroup_ = true;
     std::string title_;
     std::string program_;
     std::string pending_;
@@ -126,7 +144,7 @@ public:
     // A wait of 250 ms with the pump alive.
     void pause250() { MsgWaitObj(250); }
 
-    // Ends every running child with its process group.
+    // Ends every running child, each with what it started (Terminate).
     void Stop();
     // Stop, and start nothing more (batches end at their next line) until
     // ResetStop.

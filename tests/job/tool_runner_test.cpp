@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "job/log_writers.h"
+#include "platform/stop_signals.h"
 #include "support/job_fixture.h"
 
 namespace kestrova {
@@ -43,6 +46,25 @@ TEST(ToolRunner, AStopDuringAToolEndsItAndNoNewToolStarts) {
     ShellAndWait(f.job, StandIn(f) + " --tool touch K:\\never", 0);
     EXPECT_EQ(f.runner.History().size(), 1u);
     EXPECT_FALSE(f.temp.Exists("never"));
+}
+
+TEST(ToolRunner, AStopSignalToTheProcessStopsTheJobAndItsTool) {
+    test::JobFixture f;
+    f.job.Options().Default_Enable_Log = 1;
+    f.job.RunLog.File("K:\\Kestrova.LOG");
+    platform::StopSignals signals;
+    f.view.OnServe = [](int served) {
+        if (served == 3) std::raise(SIGTERM);  // as kill or timeout sends it
+    };
+    ShellAndWait(f.job, StandIn(f) + " --tool sleep 20000 K:\\late", 0);
+    ASSERT_EQ(f.runner.History().size(), 1u);
+    EXPECT_TRUE(f.runner.History()[0].Stopped);
+    EXPECT_EQ(f.job.StopRequested, -1);
+    EXPECT_TRUE(f.runner.StopRequested()) << "nothing new starts";
+    const std::string log = f.temp.Read("Kestrova.LOG");
+    EXPECT_NE(log.find("\tSIGTERM received\r\n"), std::string::npos) << log;
+    EXPECT_NE(log.find("\tJob Stopped\r\n"), std::string::npos) << log;
+    EXPECT_EQ(platform::TakeStopSignal(), 0) << "taken once";
 }
 
 TEST(ToolRunner, AMissingProgramIsNamed) {

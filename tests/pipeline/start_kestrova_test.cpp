@@ -32,6 +32,14 @@ TEST(StartKestrova, ARunJournalsItsStagesAndAResumeSkipsWhatItsMarkSays) {
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\D_VTS_01_0\\DEMUXED_CELLID"));
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\VIDEO_TS"));
     EXPECT_EQ(first.CountRunLog("ENCODING APPEARS SUCCESSFUL AT FIRST ATTEMPT"), 1);
+    // The job bar only rises: it moves inside the first of the two domains, stands at each one's share of 90
+    // after it, and is full at the end.
+    const std::vector<int>& bar = first.view.JobValues;
+    EXPECT_TRUE(std::is_sorted(bar.begin(), bar.end()));
+    EXPECT_TRUE(std::any_of(bar.begin(), bar.end(), [](int value) { return value > 0 && value < 45; }));
+    EXPECT_NE(std::find(bar.begin(), bar.end(), 45), bar.end());
+    EXPECT_NE(std::find(bar.begin(), bar.end(), 90), bar.end());
+    EXPECT_EQ(bar.back(), 100);
     EXPECT_EQ(first.registry.getstring(platform::RegistryRoot::CurrentUser, "Software\\Kestrova", "InstallDirectory"),
               "K:\\Program");
 

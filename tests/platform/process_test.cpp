@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "platform/error.h"
 #include "support/temp_folder.h"
@@ -110,6 +112,53 @@ TEST(ProcessRunner, AStopFromThePumpEndsTheChildAndItsWholeGroup) {
     f.runner.ResetStop();
     f.runner.ShellAndWait("touch.exe K:\\after.txt", 0);
     EXPECT_TRUE(f.temp.Exists("after.txt"));
+}
+
+// The pids a "tree" stand-in wrote, one per level.
+std::vector<int> PidsIn(const std::string& hostFile) {
+    std::vector<int> pids;
+    std::ifstream in(hostFile);
+    for (int pid; in >> pid;) pids.push_back(pid);
+    return pids;
+}
+
+// Gone or a zombie: a grandchild whose parent died is reaped by whoever
+// adopts it, which may take a moment or never happen.
+bool ProcessIsGone(int pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text;
+    if (!std::getline(stat, text)) return true;
+    const auto close = text.rfind(')');
+    return close != std::string::npos && text.compare(close + 1, 3, " Z ") == 0;
+}
+
+TEST(ProcessRunner, AStopOrAFailureEndsEverythingTheToolStarted) {
+    const std::function<void(ProcessRunner&)> ends[] = {
+        [](ProcessRunner& runner) { runner.RequestStop(); },
+        [](ProcessRunner&) { throw Error("a stage failed while the tool ran"); },
+    };
+    for (const auto& end : ends) {
+        RunnerFixture f;
+        f.launcher.AddOverride("tree.exe", {{KESTROVA_STANDIN_PATH, "--tool", "tree"}, ""});
+        const std::string pidFile = f.temp.Host("pids.txt");
+        // A tool that started a tool that started a long wait.
+        const auto start = Clock::now();
+        try {
+            f.runner.ShellAndWait("tree.exe 2 20000 \"" + pidFile + "\"", 0, [&] {
+                if (PidsIn(pidFile).size() == 3) end(f.runner);
+            });
+        } catch (const Error&) {
+        }
+        EXPECT_LT(MsSince(start), 5000);
+        const std::vector<int> pids = PidsIn(pidFile);
+        ASSERT_EQ(pids.size(), 3u);
+        for (int pid : pids) {
+            for (int tries = 0; tries < 100 && !ProcessIsGone(pid); ++tries) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+            EXPECT_TRUE(ProcessIsGone(pid)) << "pid " << pid << " outlived the end of the tree";
+        }
+    }
 }
 
 TEST(ProcessRunner, ChildrenAreKnownAndClosedByTheirWindowTitle) {

@@ -19,6 +19,7 @@ public:
     void ShowJobBar(int value, int maximum) override {
         JobValue = value;
         JobMaximum = maximum;
+        JobValues.push_back(value);
     }
     void ShowCaption(const std::string& caption) override { Caption = caption; }
     void SetRunning(bool running) override { Running = running; }
@@ -30,6 +31,7 @@ public:
 
     std::vector<std::string> Lines;
     int StageValue = 0, StageMaximum = 100, JobValue = 0, JobMaximum = 100, Served = 0;
+    std::vector<int> JobValues;  // every position the job bar was shown at
     std::string Caption;
     bool Running = false;
     bool Minimized = false;

@@ -8,8 +8,11 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 10> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 11> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
+    {"tree", RunTree, false,
+     "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
+     "                       the process runner; the last level waits MS milliseconds"},
     {"touch", RunTouch, false, "touch FILE...        makes each file (empty) where it is missing"},
     {"copy", RunCopy, true, "copy SOURCE TARGET   copies the bytes of SOURCE to TARGET"},
     {"program-folder", RunProgramFolder, false,

@@ -51,6 +51,7 @@ long ParseNumber(const std::string& text, const char* what);
 
 int RunSleep(const Invocation& call);
 int RunTouch(const Invocation& call);
+int RunTree(const Invocation& call);
 int RunCopy(const Invocation& call);
 int RunProgramFolder(const Invocation& call);
 int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
