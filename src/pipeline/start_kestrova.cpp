@@ -403,6 +403,7 @@ void StartKestrova(JobContext& job) {
         if (authored == Flow::Leave) return;
     }
     RunFinishing(job);
+    if (job.Completed) MarkJournalFinished(job);
 }
 
 }  // namespace kestrova
