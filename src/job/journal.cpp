@@ -75,6 +75,15 @@ JournalReading ReadJournalLines(const std::vector<std::string>& lines) {
     return reading;
 }
 
+std::vector<std::string> StageResumePoints(const JournalReading& reading) {
+    std::vector<std::string> points;
+    for (const auto& point : reading.ResumePoints) {
+        const auto dash = point.find(" - ");
+        if (dash != std::string::npos && StageOfMark(point.substr(dash + 3)) >= 0) points.push_back(point);
+    }
+    return points;
+}
+
 bool BrowseJournal(JobContext& job, const std::string& path, JournalReading& reading) {
     if (path.empty() || !job.Files.FileExists(path)) return false;
     if (platform::ToUpperAscii(path).find("KESTROVA_RECOVERY") == std::string::npos) return false;

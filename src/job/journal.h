@@ -39,6 +39,10 @@ struct JournalReading {
 
 JournalReading ReadJournalLines(const std::vector<std::string>& lines);
 
+// The resume points whose mark is a stage mark, in journal order. A line
+// cut short by a kill or a full disk names no stage and is left out.
+std::vector<std::string> StageResumePoints(const JournalReading& reading);
+
 // The browse step of the recovery window: checks the chosen path (it must
 // exist and name a "Kestrova_Recovery" file), keeps the journal's first
 // state in path & ".bak", reads it, and sets the engine, conversion,

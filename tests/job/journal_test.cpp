@@ -40,6 +40,11 @@ TEST(Journal, LinesGiveHeadFieldsMenusAndResumePoints) {
     EXPECT_EQ(r.ResumePoints, (std::vector<std::string>{"VTS1 - VSCONV"}));
 
     EXPECT_TRUE(ReadJournalLines({"#FOLDER: X", "VID", "VOBSUB"}).ResumePoints.empty());
+
+    // A mark cut short by a kill or a full disk names no stage.
+    const JournalReading cut = ReadJournalLines({"-----", "VID", "DEMUXED VOB ID", "DVD2A"});
+    EXPECT_EQ(cut.ResumePoints.size(), 2u);
+    EXPECT_EQ(StageResumePoints(cut), (std::vector<std::string>{"VID - DEMUXED VOB ID"}));
 }
 
 TEST(Journal, AFinishedRunEndsItsJournalAndDropsTheBak) {
