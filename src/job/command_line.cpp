@@ -77,6 +77,8 @@ void TakeToken(JobContext& job, const std::string& token, CommandLineResult& res
         if (ValueOf(token, value)) state.Ave_Bitrate = static_cast<std::int32_t>(LeadingWholeNumber(value));
     } else if (word == "STAR") {
         result.StartRequested = true;
+    } else if (word == "RESU") {
+        result.ResumeRequested = true;
     } else if (word == "PATH") {
         if (Quoted(token, value)) {
             job.WorkFolder = value;

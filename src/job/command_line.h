@@ -14,8 +14,9 @@ enum class CommandLineForm { None, LoadDrive, Folder, Tokens, IniFile };
 
 struct CommandLineResult {
     CommandLineForm Form = CommandLineForm::None;
-    bool StartRequested = false;  // "/STAR" or an INI file
-    std::string Error;            // a sentence for the user; empty when parsed
+    bool StartRequested = false;   // "/STAR" or an INI file
+    bool ResumeRequested = false;  // "/RESU": go on with the unfinished job in the output folder
+    std::string Error;             // a sentence for the user; empty when parsed
 };
 
 // Parses `text` (what follows the program's name) into the job's flags and

@@ -1,6 +1,8 @@
 // Reading the recovery journal back: see journal.h.
 #include "job/journal.h"
 
+#include "job/log_writers.h"
+#include "platform/error.h"
 #include "platform/path_space.h"
 #include "platform/text.h"
 
@@ -63,12 +65,23 @@ JournalReading ReadJournalLines(const std::vector<std::string>& lines) {
             reading.Muxman = true;
         } else if (line == "#CONVERSION") {
             reading.Conversion = true;
+        } else if (line == kJournalFinished) {
+            reading.Finished = true;
         } else if (line.starts_with("#V")) {
             reading.JournalMenus.push_back(From(line, 1));
         }
         if (first == '-') dashSeen = true;
     }
     return reading;
+}
+
+std::vector<std::string> StageResumePoints(const JournalReading& reading) {
+    std::vector<std::string> points;
+    for (const auto& point : reading.ResumePoints) {
+        const auto dash = point.find(" - ");
+        if (dash != std::string::npos && StageOfMark(point.substr(dash + 3)) >= 0) points.push_back(point);
+    }
+    return points;
 }
 
 bool BrowseJournal(JobContext& job, const std::string& path, JournalReading& reading) {
@@ -122,6 +135,17 @@ void LoadData(JobContext& job, const std::string& choice) {
         mark = SecondPiece(afterVts, " - ");
     }
     if (const int stage = StageOfMark(mark); stage >= 0) state.RecoveryModule = static_cast<std::int16_t>(stage);
+}
+
+void MarkJournalFinished(JobContext& job) {
+    const std::string journal = job.RecoveryJournal.File();
+    if (journal.empty() || !job.Files.FileExists(journal)) return;
+    RLOG(job, kJournalFinished);
+    try {
+        job.Files.DeleteFile(journal + ".bak");
+    } catch (const Error& failure) {
+        WLOG(job, failure.what());
+    }
 }
 
 bool RecoverySkip(JobContext& job, int stage) {

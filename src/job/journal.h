@@ -19,6 +19,10 @@ inline const std::array<std::string, 7> kStageMarks = {
 // The stage number of a mark, or -1 for another text.
 int StageOfMark(const std::string& mark);
 
+// The line a run writes last, once it has reached its end. The recovery
+// reading passes over it, as over any "#" line it has no field for.
+inline const std::string kJournalFinished = "#REAUTHORING COMPLETE";
+
 // What a journal says, line by line.
 struct JournalReading {
     std::vector<std::string> ResumePoints;  // "VTS1 - VOBSUB", "VID - DEMUXED VOB ID", ...
@@ -30,9 +34,14 @@ struct JournalReading {
     bool Muxman = false;                    // "#MUXMAN" seen
     bool Conversion = false;                // "#CONVERSION" seen
     std::vector<std::string> JournalMenus;  // "#VTS_01_0.VOB" lines without "#"
+    bool Finished = false;                  // kJournalFinished seen
 };
 
 JournalReading ReadJournalLines(const std::vector<std::string>& lines);
+
+// The resume points whose mark is a stage mark, in journal order. A line
+// cut short by a kill or a full disk names no stage and is left out.
+std::vector<std::string> StageResumePoints(const JournalReading& reading);
 
 // The browse step of the recovery window: checks the chosen path (it must
 // exist and name a "Kestrova_Recovery" file), keeps the journal's first
@@ -44,6 +53,11 @@ bool BrowseJournal(JobContext& job, const std::string& path, JournalReading& rea
 // Turns the chosen resume point ("VTS12 - VOBSUB") into RecoveryVTS and
 // RecoveryModule; an empty choice turns recovery off.
 void LoadData(JobContext& job, const std::string& choice);
+
+// The end of a run that reached its end: the journal gets kJournalFinished,
+// and the ".bak" a resumption kept is no longer needed. Nothing is written
+// when the end-of-job cleaning has removed the journal.
+void MarkJournalFinished(JobContext& job);
 
 // Whether a stage of the domain in hand is skipped because the journal of
 // the resumed run says it was done.

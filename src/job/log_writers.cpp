@@ -2,6 +2,7 @@
 #include "job/log_writers.h"
 
 #include "job/tool_runner.h"
+#include "job/journal.h"
 #include "platform/clock.h"
 #include "platform/error.h"
 
@@ -22,6 +23,35 @@ void Write(JobContext& job, Log& log, const std::string& text, const char* proce
                            failure.what() + ")");
         job.Trace.Report(failure.what(), 0, "RunLog", procedure);
     }
+}
+
+constexpr std::uint64_t kSectorBytes = 2048;
+
+// Less than a sector free: a tool writing there has had its files cut short.
+bool JobDiskFull(JobContext& job) {
+    if (job.JobRoot.empty()) return false;
+    try {
+        return job.Files.FreeBytes(job.JobRoot) < kSectorBytes;
+    } catch (const Error&) {
+        return false;  // a folder that cannot be asked shows its fault at its next write
+    }
+}
+
+// Whether the stage now journaled ran to its end. A stopped stage did not;
+// nor did one that filled the job's disk, since an outside tool's short
+// files would only be noticed by the stages that read them. A full disk
+// stops the run, so the journal ends at the last whole stage and a
+// resumption, once space is freed, repeats the one that was cut short.
+bool StageRanWhole(JobContext& job) {
+    if (job.StopRequested != 0) return false;
+    if (!JobDiskFull(job)) return true;
+    const std::string text = "The disk holding " + job.JobRoot + " (" + job.Files.ToHost(job.JobRoot) +
+                             ") is full: the job stops here, and can be resumed once space is freed";
+    job.Questions.ShowMessage(text, "Kestrova", platform::MessageKind::Critical);
+    WLOG(job, text);
+    job.StopRequested = -1;
+    job.Runner.RequestStop();
+    return false;
 }
 
 }  // namespace
@@ -54,7 +84,12 @@ void WLOG(JobContext& job, const std::string& text) {
     Write(job, job.RunLog, text, "WLOG");
 }
 
-void RLOG(JobContext& job, const std::string& text) { Write(job, job.RecoveryJournal, text, "RLOG"); }
+void RLOG(JobContext& job, const std::string& text) {
+    // A stage mark tells a resumption to skip the stage: it is written only
+    // for a stage that ran whole.
+    if (StageOfMark(text) >= 0 && !StageRanWhole(job)) return;
+    Write(job, job.RecoveryJournal, text, "RLOG");
+}
 
 void LogWindow(JobContext& job, const std::string& text, bool indent) {
     const std::string time = platform::LocalTimeText();

@@ -20,6 +20,8 @@ void WLF(JobContext& job, const std::string& text);
 // One line in the run log at severity 9, when logging is on.
 void WLOG(JobContext& job, const std::string& text);
 // One line in the journal at severity 9, always, so a job can be resumed.
+// A stage mark is left out when the run was stopped or the job's disk is
+// full; a full disk stops the run, with a message naming the folder.
 void RLOG(JobContext& job, const std::string& text);
 // One line in the log list: the time, 6 blanks (indented) or 1, the text.
 // An empty text closes the step the last call opened: "<time> <step> is

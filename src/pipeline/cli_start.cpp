@@ -10,6 +10,7 @@
 #include "job/settings.h"
 #include "job/settings_start.h"
 #include "job/tool_runner.h"
+#include "pipeline/job_folder.h"
 #include "pipeline/pipeline.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
@@ -78,6 +79,7 @@ std::string CommandTextOf(const JobContext& job, const std::vector<std::string>&
     std::string text;
     bool iniFileNext = false;
     for (std::string arg : args) {
+        if (IsJobFolderOption(arg)) continue;
         if (iniFileNext) {
             arg = "\"" + AsDrivePath(job, arg) + "\"";
             iniFileNext = false;
@@ -134,6 +136,7 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
         return 2;
     }
     if (job.OutputFolder.empty()) return Fail(job, "No output folder given (/PATH=\"FOLDER\" or *WORKINGFOLDER)");
+    if (const auto refused = PrepareJobFolder(job, args, parsed.ResumeRequested)) return *refused;
     // The run makes the output folder once the checks have passed, so a
     // refused start leaves nothing behind; a folder that cannot be made
     // ends the run with its reason.

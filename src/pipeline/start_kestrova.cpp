@@ -176,6 +176,9 @@ Flow RunDomain(JobContext& job, std::size_t index) {
         if (RecoverySkip(job, 4)) {
             WLOG(job, "Demux by CellID skipped");
             LogWindow(job, "Demux by CellID skipped");
+            // The earlier run's mark, kept, as the other skipped stages keep
+            // theirs: a resumed run's journal then reads as a whole run's.
+            RLOG(job, "DEMUXED CELL ID");
         } else {
             job.Files.DeleteTree(byCell);
             job.Files.MakeFolder(byCell);
@@ -418,6 +421,7 @@ void StartKestrova(JobContext& job) {
         SetProgress(job, true);
     }
     RunFinishing(job);
+    if (job.Completed) MarkJournalFinished(job);
 }
 
 }  // namespace kestrova

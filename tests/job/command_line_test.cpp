@@ -27,11 +27,12 @@ TEST(CommandLine, TokensByTheirFirstFourLetters) {
     test::JobFixture f;
     f.job.Options().Default_Minimize_Kestrova = 1;
     const std::string text = " /star /PATH=\"K:\\out dir\" /DRIVE=  E  /Pause /COMPRESSION=45 /PASSES=3 "
-                             "/AVEBITRATE=2500 /THRESHOLD=2 /MINI /DEINT /REJIG /bogus";
+                             "/AVEBITRATE=2500 /THRESHOLD=2 /MINI /DEINT /REJIG /RESUME /bogus";
     const CommandLineResult r = ParseCommandLine(f.job, text);
     const auto& s = f.job.State();
     EXPECT_EQ(r.Form, CommandLineForm::Tokens);
     EXPECT_TRUE(r.StartRequested);
+    EXPECT_TRUE(r.ResumeRequested);
     EXPECT_EQ(f.job.WorkFolder, "K:\\out dir");
     EXPECT_EQ(f.job.Text2, "K:\\out dir");
     EXPECT_EQ(f.job.SourceDrive, "E");

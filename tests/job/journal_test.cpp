@@ -40,6 +40,27 @@ TEST(Journal, LinesGiveHeadFieldsMenusAndResumePoints) {
     EXPECT_EQ(r.ResumePoints, (std::vector<std::string>{"VTS1 - VSCONV"}));
 
     EXPECT_TRUE(ReadJournalLines({"#FOLDER: X", "VID", "VOBSUB"}).ResumePoints.empty());
+
+    // A mark cut short by a kill or a full disk names no stage.
+    const JournalReading cut = ReadJournalLines({"-----", "VID", "DEMUXED VOB ID", "DVD2A"});
+    EXPECT_EQ(cut.ResumePoints.size(), 2u);
+    EXPECT_EQ(StageResumePoints(cut), (std::vector<std::string>{"VID - DEMUXED VOB ID"}));
+}
+
+TEST(Journal, AFinishedRunEndsItsJournalAndDropsTheBak) {
+    test::JobFixture f;
+    f.job.RecoveryJournal.File("K:\\JOB\\Kestrova_Recovery.LOG");
+    MarkJournalFinished(f.job);
+    EXPECT_FALSE(f.temp.Exists("JOB/Kestrova_Recovery.LOG")) << "a journal the cleaning removed is not begun again";
+
+    f.temp.Write("JOB/Kestrova_Recovery.LOG", kJournal);
+    f.temp.Write("JOB/Kestrova_Recovery.LOG.bak", kJournal);
+    MarkJournalFinished(f.job);
+    EXPECT_FALSE(f.temp.Exists("JOB/Kestrova_Recovery.LOG.bak"));
+    const JournalReading reading = ReadJournalLines(f.files.ReadLines("K:\\JOB\\Kestrova_Recovery.LOG"));
+    EXPECT_TRUE(reading.Finished);
+    EXPECT_EQ(reading.ResumePoints.size(), 4u) << "the last line is no resume point";
+    EXPECT_FALSE(ReadJournalLines({"#FOLDER: X", "-----", "VID", "MPV ENCODED"}).Finished);
 }
 
 TEST(Journal, BrowseSetsTheJobAndKeepsTheFirstStateOnce) {

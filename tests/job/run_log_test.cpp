@@ -83,6 +83,15 @@ TEST(LogWriters, RunLogObeysTheLogSettingWhileTheJournalAlwaysWrites) {
     EXPECT_EQ(f.temp.Read("Kestrova_Recovery.LOG"), "-----\r\nVTS1\r\n");
 }
 
+TEST(LogWriters, AStageMarkStaysOutOfTheJournalOnceTheRunIsStopped) {
+    test::JobFixture f;
+    f.job.RecoveryJournal.File("K:\\Kestrova_Recovery.LOG");
+    f.job.StopRequested = -1;
+    RLOG(f.job, "DVD2AVI");
+    RLOG(f.job, "-----");
+    EXPECT_EQ(f.temp.Read("Kestrova_Recovery.LOG"), "-----\r\n");
+}
+
 TEST(LogWriters, LogsStartInTheUsersFolderAndMoveIntoTheJob) {
     test::JobFixture f;
     f.job.Options().Default_Enable_Log = 1;

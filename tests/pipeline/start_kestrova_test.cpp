@@ -28,7 +28,7 @@ TEST(StartKestrova, ARunJournalsItsStagesAndAResumeSkipsWhatItsMarkSays) {
                                         "#VOLUME NAME: PAL-VMG-BUTTONS", "#SCENARIST", "#FOLDER: D:\\VIDEO_TS",
                                         "#VIDEO_TS.VOB", "#VTS_01_0.VOB", "-----", "VID", "DEMUXED VOB ID", "DVD2AVI",
                                         "PROCESSASSETS", "-----", "VTS1", "DEMUXED VOB ID", "DVD2AVI", "PROCESSASSETS",
-                                        "MPV ENCODED"}));
+                                        "MPV ENCODED", kJournalFinished}));
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\D_VTS_01_0\\DEMUXED_CELLID"));
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\VIDEO_TS"));
     EXPECT_EQ(first.CountRunLog("ENCODING APPEARS SUCCESSFUL AT FIRST ATTEMPT"), 1);
