@@ -83,6 +83,7 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
         }
     }
 
+    job.Stages.Begin(RunStage::Subpictures);
     JoinVobsForSubpictures(job);
     const auto stopped = [&job] { return job.StopRequested != 0; };
     const std::int16_t pgcs = RunHandedStage(job, subpictures.CreateIFO, "CreateIFO", std::int16_t{0});
@@ -91,6 +92,7 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
     if (stopped()) return pgcs;
     RunHandedStage(job, subpictures.FindHighlightBitmaps, "FindHighlightBitmaps", pgcs);
     if (stopped()) return pgcs;
+    job.Stages.Begin(RunStage::VobTyping);
     FalsePgcCheck(job);
     if (stopped()) return pgcs;
     RenameDummy(job);

@@ -11,6 +11,7 @@
 #include "job/run_log.h"
 #include "job/script_templates.h"
 #include "job/settings.h"
+#include "job/stage_record.h"
 #include "job/timecode.h"
 #include "model/language_table.h"
 #include "model/menu_tree.h"
@@ -86,6 +87,8 @@ struct JobContext {
     // "ReAuthoring complete".
     bool Terminated = false;
     bool Completed = false;
+    // What became of each stage of the run in hand or the last one.
+    StageRecord Stages;
 
     // VOB names read back from a journal, from index 0.
     std::vector<std::string> JournalMenus;

@@ -69,6 +69,7 @@ void NotYetAvailable(JobContext& job, const std::string& stage) {
     const std::string text = stage + " is not yet available in this version - stage passed over";
     WLOG(job, text);
     LogWindow(job, text);
+    job.Stages.PassOver(stage);
 }
 
 }  // namespace kestrova

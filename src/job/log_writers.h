@@ -25,7 +25,8 @@ void RLOG(JobContext& job, const std::string& text);
 void LogWindow(JobContext& job, const std::string& text, bool indent = false);
 
 // A stage whose work this version does not have yet says so in the run
-// log and the log list, so a run never passes it silently.
+// log and the log list, and is set down as passed over against the stage
+// of the run in hand, so a run never passes it silently.
 void NotYetAvailable(JobContext& job, const std::string& stage);
 
 }  // namespace kestrova

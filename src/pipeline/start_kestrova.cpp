@@ -17,6 +17,7 @@
 #include "job/progress.h"
 #include "job/version.h"
 #include "muxman/layout.h"
+#include "pipeline/run_summary.h"
 #include "pipeline/settings_echo.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -77,6 +78,7 @@ Flow RunHead(JobContext& job, int menuCount) {
     RLOG(job, o.Muxman == 1 ? "#MUXMAN" : "#SCENARIST");
     RLOG(job, "#FOLDER: " + job.Text1);
 
+    job.Stages.Begin(RunStage::ReadingDisc);
     GetIFODetails(job, job.Text1 + "\\");
     if (Stopped(job)) return Flow::Leave;
     if (job.Files.FolderExists(job.JobRoot + "\\ECLs")) job.Files.DeleteTree(job.JobRoot + "\\ECLs");
@@ -143,6 +145,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
 
     const std::string demuxed = job.WorkFolder + "\\DEMUXED";
     s.CurrentFolder = demuxed;
+    job.Stages.Begin(RunStage::Demultiplexing);
     if (RecoverySkip(job, 0)) {
         WLOG(job, "Demux by VOB skipped");
     } else {
@@ -161,6 +164,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     if (Stopped(job)) return Flow::Leave;
 
     const bool cellPass = NeedsCellPass(domain);
+    job.Stages.Begin(RunStage::Demultiplexing);
     if (domain.Split_Cell == 0 && cellPass) {
         WLOG(job, "Demuxing by CellID");
         const std::string byCell = job.WorkFolder + "\\DEMUXED_CELLID";
@@ -194,7 +198,9 @@ Flow RunDomain(JobContext& job, std::size_t index) {
         }
     }
 
+    job.Stages.Begin(RunStage::Encoding);
     EnableRejig(job);
+    job.Stages.Begin(RunStage::FrameServing);
     EnableScenes(job);
     // The audio stages and the list writer come with their libraries.
     FrameServingStages frameServing;
@@ -203,9 +209,11 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     RLOG(job, "PROCESSASSETS");
     if (Stopped(job)) return Flow::Leave;
 
+    job.Stages.Begin(RunStage::Audio);
     EnableAudioProcess(job);
     if (Stopped(job)) return Flow::Leave;
 
+    job.Stages.Begin(RunStage::Subpictures);
     if (o.Default_RewriteSST == 1) CheckSSTFor2SecondBMP(job, streams, s.StreamCount);
     ProcessSST(job, streams, s.StreamCount);
     CheckDisplayMode(job);
@@ -217,6 +225,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
 // Steps 27 to 32: once for the whole run.
 Flow RunEncoding(JobContext& job) {
     auto& o = job.Options();
+    job.Stages.Begin(RunStage::Encoding);
     EnablePause(job);
     VobStripping(job);
     if (!RecoverySkip(job, 6)) {
@@ -253,6 +262,7 @@ Flow RunEncoding(JobContext& job) {
     if (Stopped(job)) return Flow::Leave;
     if (job.State().NoAuthor != 0) {
         job.CloseAfterJob = -1;
+        job.Stages.End();
         return Flow::Leave;
     }
     return Flow::Next;
@@ -266,7 +276,10 @@ Flow RunMuxman(JobContext& job) {
         LogWindow(job, "Authoring Complete");
         LogWindow(job, " ");
         DeleteIfExists(job, job.State().Root + "\\Update_Menu_Ifo.bat");
-        if (o.ScenaidMode == 0 && o.SingleMXP == 1) EnableUpdateIFO(job, 0, false);
+        if (o.ScenaidMode == 0 && o.SingleMXP == 1) {
+            job.Stages.Begin(RunStage::IfoCorrection);
+            EnableUpdateIFO(job, 0, false);
+        }
         return Flow::Next;
     }
     if (o.SingleMXP != 1) {
@@ -321,6 +334,7 @@ Flow RunScenarist(JobContext& job) {
         return Flow::Leave;
     }
     LogWindow(job, "Updating Ifos");
+    job.Stages.Begin(RunStage::IfoCorrection);
     EnableUpdateIFO(job, count, false);
     if (Stopped(job)) return Flow::Leave;
     LogWindow(job, "Updating Ifos is complete");
@@ -331,12 +345,17 @@ Flow RunScenarist(JobContext& job) {
 // Steps 34 to 42.
 void RunFinishing(JobContext& job) {
     auto& o = job.Options();
+    const std::string result = job.JobRoot + "\\VIDEO_TS";
     job.JobRunning = -1;
+    job.Stages.Begin(RunStage::CopyingFiles);
     FinishCopying(job);
     ProgramUse(job, 0);
     if (o.Muxman == 1 || (o.Muxman == 0 && o.Sce_Compile_Option > 0)) {
-        const std::string result = job.JobRoot + "\\VIDEO_TS";
-        if ((o.SourceCopy == 1 || o.Reverse == 1) && o.ScenaidMode == 0) GetVTSSectors(job, result);
+        if ((o.SourceCopy == 1 || o.Reverse == 1) && o.ScenaidMode == 0) {
+            job.Stages.Begin(RunStage::IfoCorrection);
+            GetVTSSectors(job, result);
+        }
+        job.Stages.Begin(RunStage::HandOver);
         if (o.ScenaidMode == 0 && o.EnableReBuilder == 0) {
             if (!GenerateImage(job, result, false) && StartDIF4U(job)) job.CloseAfterJob = -1;
         } else if (o.ScenaidMode == 0 && o.Reverse == 1) {
@@ -355,6 +374,7 @@ void RunFinishing(JobContext& job) {
         DeleteTemporaryFiles(job);
     }
     job.DiscModel.Clear();
+    job.Stages.End();
     WLF(job, "ReAuthoring complete");
     job.Completed = true;
 }
@@ -385,10 +405,9 @@ void FinishCopying(JobContext& job) {
     if (job.Options().NoCopy == 0 || job.State().Control != 0) CopyRemainingFiles(job, false);
 }
 
-void StartKestrova(JobContext& job) {
-    platform::TraceFrame frame(job.Trace, "Pipeline", "StartKestrova");
-    job.Completed = false;
-    if (job.OutputFolder.empty()) return;
+namespace {
+
+void RunStages(JobContext& job) {
     const int menuCount = GetTreeMenus(job);
     job.JobRoot = job.OutputFolder;
     if (menuCount > 0) {
@@ -399,10 +418,22 @@ void StartKestrova(JobContext& job) {
         }
         if (RunEncoding(job) == Flow::Leave) return;
         job.View.ShowCaption("");
+        job.Stages.Begin(RunStage::Authoring);
         const Flow authored = job.Options().Muxman == 1 ? RunMuxman(job) : RunScenarist(job);
         if (authored == Flow::Leave) return;
     }
     RunFinishing(job);
+}
+
+}  // namespace
+
+void StartKestrova(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Pipeline", "StartKestrova");
+    job.Completed = false;
+    job.Stages.Clear();
+    if (job.OutputFolder.empty()) return;
+    RunStages(job);
+    WriteRunSummary(job);
 }
 
 }  // namespace kestrova

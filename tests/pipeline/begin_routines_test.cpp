@@ -131,7 +131,7 @@ TEST(Authoring, AFailedFullMuxmanScriptIsRetriedOnlyWhenTheUserSaysSo) {
         f.job.Options().SingleMXP = row.SingleMXP;
         row.Retry ? f.questions.AnswerYes() : f.questions.AnswerNo();
         BeginRoutines(f.job);
-        EXPECT_FALSE(f.job.Completed);
+        EXPECT_EQ(f.job.Stages.Outcome(RunStage::Authoring), StageOutcome::Failed);
         EXPECT_EQ(f.CountRunLog(row.Logged), 1);
         EXPECT_EQ(LastMessage(f), "SOMETHING WENT WRONG - ABORTING");
         EXPECT_TRUE(f.files.FolderExists("K:\\OUT\\D_VTS_01_0")) << "nothing under the job root goes on an abort";
