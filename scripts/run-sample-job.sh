@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs kestrova-cli over one fixture disc with a program folder and settings
 # of its own, all under WORK: the disc is drive D:, WORK is drive K:, and
-# the result lands in K:\out (WORK/out).
+# the result lands in K:\out (WORK/out). Exits with kestrova-cli's status
+# (see kestrova-cli --help).
 #   run-sample-job.sh BUILD_DIR FIXTURES_DIR WORK [DISC] [-- EXTRA CLI ARGUMENTS]
 set -euo pipefail
 
@@ -36,4 +37,4 @@ export KESTROVA_PROGRAM_FOLDER="$work/program"
 if [ $# -eq 0 ]; then
   set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000
 fi
-"$build/kestrova-cli" "$@"
+exec "$build/kestrova-cli" "$@"

@@ -84,7 +84,7 @@ struct JobContext {
     std::string Text2;
     std::string GoCaption = "Start";
     // Set once the program has begun to end, and once a run has reached
-    // "ReAuthoring complete".
+    // "ReAuthoring complete" (authoring ran and left a VIDEO_TS).
     bool Terminated = false;
     bool Completed = false;
     // What became of each stage of the run in hand or the last one.

@@ -44,6 +44,10 @@ enum class Flow { Next, Leave };
 
 bool Stopped(const JobContext& job) { return job.StopRequested != 0; }
 
+bool HoldsFiles(const JobContext& job, const std::string& folder) {
+    return !job.Files.List(folder, "*", platform::ListKind::Files).empty();
+}
+
 
 void DeleteIfExists(JobContext& job, const std::string& path) {
     if (job.Files.FileExists(path)) job.Files.DeleteFile(path);
@@ -222,13 +226,17 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     return Flow::Next;
 }
 
-// Steps 27 to 32: once for the whole run.
+// Steps 27 to 32: once for the whole run. Only an encoding that ran and
+// was verified logs its success and gets its journal mark; one this
+// version passed over does neither, so a resumed run meets it again.
 Flow RunEncoding(JobContext& job) {
     auto& o = job.Options();
     job.Stages.Begin(RunStage::Encoding);
     EnablePause(job);
     VobStripping(job);
+    bool encoded = true;
     if (!RecoverySkip(job, 6)) {
+        const std::size_t passedOver = job.Stages.PassOverCount();
         EnableVideoEncoding(job);
         if (Stopped(job)) return Flow::Leave;
 
@@ -239,12 +247,15 @@ Flow RunEncoding(JobContext& job) {
             "ENCODING APPEARS SUCCESSFUL AT 3RD ATTEMPT", "ENCODING APPEARS SUCCESSFUL AT 4TH ATTEMPT"};
         int attempt = 1;
         bool missing = ConfirmAssetEncoding(job, 1);
-        while (missing && attempt < 4) {
+        encoded = job.Stages.PassOverCount() == passedOver;
+        while (encoded && missing && attempt < 4) {
             ++attempt;
             WLOG(job, kRetry[attempt - 1]);
             missing = ConfirmAssetEncoding(job, static_cast<std::int16_t>(attempt));
         }
-        if (!missing) {
+        if (!encoded) {
+            // Nothing was encoded or nothing was verified: no verdict.
+        } else if (!missing) {
             WLOG(job, kSuccess[attempt - 1]);
         } else if (o.Conversion == 0) {
             WLOG(job, "ENCODING HAS FAILED AFTER 4 ATTEMPTS - USING ORIGINALS");
@@ -258,7 +269,7 @@ Flow RunEncoding(JobContext& job) {
         WLF(job, "Preparing Scenarist Files");
         GetEncodedVideo(job);
     }
-    RLOG(job, "MPV ENCODED");
+    if (encoded) RLOG(job, "MPV ENCODED");
     if (Stopped(job)) return Flow::Leave;
     if (job.State().NoAuthor != 0) {
         job.CloseAfterJob = -1;
@@ -318,7 +329,13 @@ Flow RunScenarist(JobContext& job) {
                                            "\\Batch_1\\ScenaristScript26_1"};
     bool anyScript = false;
     for (const char* script : kScripts) anyScript = anyScript || job.Files.FileExists(root + script + ".SCP");
-    if (!anyScript) return Flow::Next;
+    if (!anyScript) {
+        // Nothing to compile is nothing authored.
+        if (job.Stages.Outcome(RunStage::Authoring) == StageOutcome::Done) {
+            job.Stages.PassOver("no Scenarist script was written");
+        }
+        return Flow::Next;
+    }
     for (const char* script : kScripts) DeleteIfExists(job, root + script + "_ERROR.txt");
 
     StartAuthoring(job, count);
@@ -342,10 +359,12 @@ Flow RunScenarist(JobContext& job) {
     return Flow::Next;
 }
 
-// Steps 34 to 42.
+// Steps 34 to 42. The banner "ReAuthoring complete" is written only when the
+// authoring ran and the result's VIDEO_TS holds files.
 void RunFinishing(JobContext& job) {
     auto& o = job.Options();
     const std::string result = job.JobRoot + "\\VIDEO_TS";
+    const bool authored = job.Stages.Outcome(RunStage::Authoring) == StageOutcome::Done;
     job.JobRunning = -1;
     job.Stages.Begin(RunStage::CopyingFiles);
     FinishCopying(job);
@@ -375,8 +394,10 @@ void RunFinishing(JobContext& job) {
     }
     job.DiscModel.Clear();
     job.Stages.End();
-    WLF(job, "ReAuthoring complete");
-    job.Completed = true;
+    if (authored && HoldsFiles(job, result)) {
+        WLF(job, "ReAuthoring complete");
+        job.Completed = true;
+    }
 }
 
 }  // namespace

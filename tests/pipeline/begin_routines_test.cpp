@@ -48,7 +48,7 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
         c.Adjust(f);
         BeginRoutines(f.job);
         EXPECT_EQ(LastMessage(f), c.Message);
-        EXPECT_FALSE(f.job.Completed);
+        EXPECT_FALSE(f.job.Stages.Ended());
         EXPECT_EQ(f.job.JobRunning, 0);
         EXPECT_FALSE(f.files.Exists("K:\\OUT")) << "a refused job makes nothing";
         EXPECT_EQ(TrayOption(f), 1u);
@@ -70,7 +70,7 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
     unnamed.job.OutputFolder.clear();
     BeginRoutines(unnamed.job);
     EXPECT_TRUE(unnamed.questions.History().empty());
-    EXPECT_FALSE(unnamed.job.Completed);
+    EXPECT_FALSE(unnamed.job.Stages.Ended());
 }
 
 TEST(BeginRoutines, TheDecrypterTrayOptionIsClearedForTheRunAndPutBack) {
@@ -79,7 +79,7 @@ TEST(BeginRoutines, TheDecrypterTrayOptionIsClearedForTheRunAndPutBack) {
     bool clearedDuringRun = false;
     f.view.OnServe = [&](int) { clearedDuringRun = clearedDuringRun || TrayOption(f) == 0; };
     BeginRoutines(f.job);
-    EXPECT_TRUE(f.job.Completed);
+    EXPECT_TRUE(f.job.Stages.Ended());
     EXPECT_TRUE(clearedDuringRun);
     EXPECT_EQ(TrayOption(f), 1u);
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # kestrova-cli from the outside: a token start and an INI start over a real
-# disc, each checked by its run log's banners and its journal's marks, then
-# a refusal and a missing source, each with its message and exit status.
+# disc, each checked by its run log's banners, its journal's marks and its
+# summary, then a refusal and a missing source, each with its message and
+# exit status.
 #   cli_e2e_test.sh BUILD_DIR FIXTURES_DIR
 set -uo pipefail
 build=$1 fixtures=$2
@@ -31,35 +32,43 @@ PROCESSING VIDEO_TS.VOB
 PROCESSING VTS_01_0.VOB
 PREPARING SCENARIST FILES
 CREATING SCENARIST SCRIPT
-REAUTHORING COMPLETE
 RUN SUMMARY'
 
-check_run() {  # name, output folder
-  local name=$1 out=$2
+# No line of a run log may claim what this version does not do.
+no_success() {  # name, run log
+  grep -E 'ENCODING APPEARS SUCCESSFUL|REAUTHORING COMPLETE' "$2" && fail "$1: a success line in the run log"
+}
+
+# A run that demultiplexed and typed every menu and passed the later stages
+# over: exit status 3, the marks of what ran, and the summary on the console.
+check_run() {  # name, exit status, console output, output folder
+  local name=$1 status=$2 console=$3 out=$4
+  [ "$status" = 3 ] || { fail "$name: exit status $status"; cat "$console"; }
   [ "$(banners "$out/Kestrova.LOG")" = "$expected_banners" ] ||
     { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
   local marks stages="DEMUXED VOB ID,DVD2AVI,PROCESSASSETS"
   marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#' | tr '\n' ,)
-  [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages,MPV ENCODED," ] || fail "$name: journal marks were: $marks"
+  [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
+  no_success "$name" "$out/Kestrova.LOG"
+  local line
+  for line in 'demultiplexing: done' 'VOB typing: done' 'encoding: passed over, not yet available in this version (' \
+      'authoring: passed over, not yet available in this version (CreateSCP)' \
+      'The run finished, but the stages passed over did not do their work' \
+      "Demultiplexed assets: $out/D_VTS_01_0" "Output VIDEO_TS: $out/VIDEO_TS (empty)"; do
+    grep -qF "      $line" "$console" || fail "$name: the summary lacks \"$line\""
+  done
 }
 
 # 1. Tokens, as another program starts the job.
-if bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1; then
-  check_run tokens "$work/tokens/out"
-else
-  fail "token start exited non-zero"; cat "$work/tokens.out"
-fi
+bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1
+check_run tokens $? "$work/tokens.out" "$work/tokens/out"
 
 # 2. An INI file names the drive, the folder and the menus.
 mkdir -p "$work/ini"
 printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
-if bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" \
-    > "$work/ini.out" 2>&1; then
-  check_run ini "$work/ini/from_ini"
-else
-  fail "INI start exited non-zero"; cat "$work/ini.out"
-fi
+bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" > "$work/ini.out" 2>&1
+check_run ini $? "$work/ini.out" "$work/ini/from_ini"
 
 # A refused start: exit status 1 and the message.
 refused() {  # name, drive D: host folder, output folder under K:, message

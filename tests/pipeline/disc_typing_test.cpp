@@ -25,7 +25,7 @@ std::vector<std::string> FinalTypes(const test::PipelineFixture& f) {
 void RunWithNativeTools(test::PipelineFixture& f) {
     AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
     BeginRoutines(f.job);
-    ASSERT_TRUE(f.job.Completed);
+    ASSERT_TRUE(f.job.Stages.Ended()) << f.job.Stages.FailureReason();
 }
 
 TEST(DiscTyping, MotionAndStillMenusAreTypedAsTheyAre) {
