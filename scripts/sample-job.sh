@@ -25,7 +25,7 @@ case $status in
   0) echo "The run is complete: every stage ran." ;;
   3) cat <<'TEXT'
 The run finished with stages passed over. This version reads the disc,
-demultiplexes each menu VOB, and types its VOBs; it does not yet
+checks and demultiplexes each menu VOB, and types its VOBs; it does not yet
 extract subpictures or buttons, write frame serving scripts, convert audio,
 encode, author, correct IFOs or hand over a new VIDEO_TS. The stages marked
 "passed over" in the summary above are those: no menu was re-authored.

@@ -2,6 +2,7 @@
 // serving, and the confirmation of a pan-scan domain: see vob_typing.h.
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
+#include "assets/demux_stage.h"
 #include "assets/dummy_cells.h"
 #include "assets/m2v_header.h"
 #include "assets/vob_typing.h"
@@ -71,6 +72,11 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
         // PgcDemux runs renamed their files as they went.
         WLOG(job, "Renaming Files");
         EnableFileRename(job, job.WorkFolder + "\\DEMUXED");
+    }
+    // A VOB id without its data is never typed: the run ends here.
+    if (const std::string fault = CheckDemuxedVobIds(job); !fault.empty()) {
+        StageFailed(job, RunStage::Demultiplexing, fault);
+        return 0;
     }
     RLOG(job, "DEMUXED VOB ID");
 

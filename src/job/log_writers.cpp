@@ -72,4 +72,11 @@ void NotYetAvailable(JobContext& job, const std::string& stage) {
     job.Stages.PassOver(stage);
 }
 
+void StageFailed(JobContext& job, RunStage stage, const std::string& reason) {
+    const std::string text = std::string(StageName(stage)) + " failed: " + reason;
+    WLOG(job, text);
+    LogWindow(job, text);
+    job.Stages.Fail(stage, reason);
+}
+
 }  // namespace kestrova

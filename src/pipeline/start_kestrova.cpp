@@ -42,7 +42,9 @@ namespace {
 // (a stop, an abort, or the end a setting asks for).
 enum class Flow { Next, Leave };
 
-bool Stopped(const JobContext& job) { return job.StopRequested != 0; }
+// The stop test: a confirmed stop, or a stage that failed, ends the run at
+// the next stage boundary.
+bool Stopped(const JobContext& job) { return job.StopRequested != 0 || job.Stages.FailedStage().has_value(); }
 
 bool HoldsFiles(const JobContext& job, const std::string& folder) {
     return !job.Files.List(folder, "*", platform::ListKind::Files).empty();
@@ -153,6 +155,10 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     if (RecoverySkip(job, 0)) {
         WLOG(job, "Demux by VOB skipped");
     } else {
+        if (const std::string fault = CheckMenuVob(job, vobPath); !fault.empty()) {
+            StageFailed(job, RunStage::Demultiplexing, fault);
+            return Flow::Leave;
+        }
         job.Files.DeleteTree(demuxed);
         job.Files.MakeFolder(demuxed);
         const bool aborted = s.Pgcdemux != 0 ? EnablePGCDemuxing(job, vobPath, name, false)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "job/journal.h"
 #include "pipeline/pipeline.h"
@@ -50,6 +51,8 @@ TEST(StartKestrova, ARunJournalsItsStagesAndAResumeSkipsWhatItsMarkSays) {
     for (const auto& resume : resumes) {
         SCOPED_TRACE(resume.Mark);
         test::PipelineFixture resumed;
+        std::filesystem::copy(first.temp.Host("OUT"), resumed.temp.Host("OUT"),
+                              std::filesystem::copy_options::recursive);
         resumed.temp.Write("OUT/Kestrova_Recovery.LOG", resume.Journal);
         JournalReading reading;
         ASSERT_TRUE(BrowseJournal(resumed.job, "K:\\OUT\\Kestrova_Recovery.LOG", reading));
