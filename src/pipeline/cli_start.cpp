@@ -37,27 +37,6 @@ int Fail(JobContext& job, const std::string& message) {
     return 1;
 }
 
-// The exit status from what became of the run's stages; a failure, or a
-// run that did not reach its end, is named on standard error.
-int RunStatus(const JobContext& job) {
-    const StageRecord& stages = job.Stages;
-    std::string log = job.RunLog.File();
-    try {
-        log = job.Files.ToHost(log);
-    } catch (const Error&) {
-    }
-    if (const auto failed = stages.FailedStage()) {
-        std::cerr << "kestrova-cli: " << StageName(*failed) << " failed: " << stages.FailureReason() << "; see "
-                  << log << '\n';
-        return kExitFailed;
-    }
-    if (!stages.Ended()) {
-        std::cerr << "kestrova-cli: the job did not complete; see " << log << '\n';
-        return kExitFailed;
-    }
-    return stages.AnyPassedOver() ? kExitPassedOver : kExitComplete;
-}
-
 }  // namespace
 
 void LogUnattendedAnswer(JobContext& job, const std::string& note) { WLOG(job, note); }
@@ -128,9 +107,25 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
         // The report names the procedure the failure was thrown from.
         job.Trace.ReportUnwound(failure.what(), "CommandLine", "RunFromCommandLine");
         WLOG(job, failure.what());
-        return 1;
     }
-    return RunStatus(job);
+    // The exit status follows what became of the run's stages; a failure,
+    // or a run that did not reach its end, is named on standard error.
+    const StageRecord& stages = job.Stages;
+    std::string log = job.RunLog.File();
+    try {
+        log = job.Files.ToHost(log);
+    } catch (const Error&) {
+    }
+    if (const auto failed = stages.FailedStage()) {
+        std::cerr << "kestrova-cli: " << StageName(*failed) << " failed: " << stages.FailureReason() << '\n'
+                  << "kestrova-cli: see " << log << '\n';
+        return kExitFailed;
+    }
+    if (!stages.Ended()) {
+        std::cerr << "kestrova-cli: the job did not complete; see " << log << '\n';
+        return kExitFailed;
+    }
+    return stages.AnyPassedOver() ? kExitPassedOver : kExitComplete;
 }
 
 }  // namespace kestrova

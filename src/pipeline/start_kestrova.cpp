@@ -459,7 +459,15 @@ void StartKestrova(JobContext& job) {
     job.Completed = false;
     job.Stages.Clear();
     if (job.OutputFolder.empty()) return;
-    RunStages(job);
+    try {
+        RunStages(job);
+    } catch (const Error& failure) {
+        // An unexpected failure is one of the stage in hand; the summary
+        // says so before the failure travels on to its report.
+        job.Stages.Fail(job.Stages.Current().value_or(RunStage::ReadingDisc), failure.what());
+        WriteRunSummary(job);
+        throw;
+    }
     WriteRunSummary(job);
 }
 

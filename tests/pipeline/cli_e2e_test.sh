@@ -2,7 +2,8 @@
 # kestrova-cli from the outside: a token start and an INI start over a real
 # disc, each checked by its run log's banners, its journal's marks and its
 # summary; copies of the disc whose menu VOB is cut short, full of random
-# bytes, or demultiplexed with a VOB id missing, each a failed stage; then
+# bytes, or demultiplexed with a VOB id missing, or whose IFO and backup
+# point outside the file, each a failed stage; then
 # a refusal and a missing source, each with its message and exit status.
 #   cli_e2e_test.sh BUILD_DIR FIXTURES_DIR
 set -uo pipefail
@@ -71,42 +72,49 @@ printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL
 bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" > "$work/ini.out" 2>&1
 check_run ini $? "$work/ini.out" "$work/ini/from_ini"
 
-# A run that fails at demultiplexing: exit status 1, the failure on standard
-# error and in the summary, nothing typed after it and no success line.
-failed_run() {  # name, fixtures folder, problem text, typing lines expected in the run log
-  local name=$1 out="$work/$1/out" status
+# A run that fails at a stage: exit status 1, the failure on standard error
+# and in the summary, nothing typed after it and no success line.
+failed_run() {  # name, fixtures folder, stage, problem text, typing lines expected in the run log
+  local name=$1 out="$work/$1/out" stage=$3 status
   bash "$run" "$build" "$2" "$work/$name" > "$work/$name.out" 2> "$work/$name.err"
   status=$?
   [ "$status" = 1 ] || { fail "$name: exit status $status"; cat "$work/$name.out" "$work/$name.err"; }
-  grep -F "kestrova-cli: demultiplexing failed: " "$work/$name.err" | grep -qF "$3" ||
+  grep -F "kestrova-cli: $stage failed: " "$work/$name.err" | grep -qF "$4" ||
     { fail "$name: standard error does not name the failure"; cat "$work/$name.err"; }
-  grep -qF "      demultiplexing: FAILED - " "$work/$name.out" || fail "$name: the summary lacks the failure"
-  grep -qF "      The run FAILED at demultiplexing and ended there." "$work/$name.out" ||
+  grep -qF "      $stage: FAILED - " "$work/$name.out" || fail "$name: the summary lacks the failure"
+  grep -qF "      The run FAILED at $stage and ended there." "$work/$name.out" ||
     fail "$name: the summary does not say how the run ended"
   no_success "$name" "$out/Kestrova.LOG"
   local typed
   typed=$(grep -cE 'Final VOBTYPE|VobType for' "$out/Kestrova.LOG")
-  [ "$typed" = "$4" ] || fail "$name: $typed VOB ids typed, expected $4"
+  [ "$typed" = "$5" ] || fail "$name: $typed VOB ids typed, expected $5"
 }
 
 # 3. The title set's menu VOB cut to half its length. 4. The same VOB filled
 # with random bytes. Each fails before it is split; the VMG before it was typed.
-damaged() {  # name; the rest is the command that damages VOB
+damaged() {  # name; the rest is the command that damages the copy (VOB, IFO, BUP of the title set)
   local name=$1 disc="$work/$1-disc/pal-vmg-buttons"
   shift
-  mkdir -p "$disc" && cp -r "$fixtures/pal-vmg-buttons/VIDEO_TS" "$disc/"
-  VOB="$disc/VIDEO_TS/VTS_01_0.VOB" SIZE=$(stat -c %s "$disc/VIDEO_TS/VTS_01_0.VOB") bash -c "$*"
+  mkdir -p "$disc" && cp -r "$fixtures/pal-vmg-buttons/VIDEO_TS" "$disc/" && chmod -R u+w "$disc"
+  local set="$disc/VIDEO_TS/VTS_01_0"
+  VOB="$set.VOB" IFO="$set.IFO" BUP="$set.BUP" SIZE=$(stat -c %s "$set.VOB") bash -c "$*"
   echo "$work/$name-disc"
 }
-failed_run truncated "$(damaged truncated 'truncate -s $((SIZE / 2)) "$VOB"')" \
+failed_run truncated "$(damaged truncated 'truncate -s $((SIZE / 2)) "$VOB"')" demultiplexing \
   '"D:\VIDEO_TS\VTS_01_0.VOB" is cut short: it holds ' 2
 failed_run random "$(damaged random 'head -c "$SIZE" /dev/urandom > "$VOB.new" && mv "$VOB.new" "$VOB"')" \
-  'Cannot read the program stream "D:\VIDEO_TS\VTS_01_0.VOB" at byte 0' 2
+  demultiplexing 'Cannot read the program stream "D:\VIDEO_TS\VTS_01_0.VOB" at byte 0' 2
 
 # 5. DVD Decrypter stops halfway through the VMG's menu VOB, so a VOB id the
 # IFO names leaves no file: nothing is typed.
-KESTROVA_STANDIN_FAIL=DVDDecrypter=partial failed_run missing "$fixtures" \
+KESTROVA_STANDIN_FAIL=DVDDecrypter=partial failed_run missing "$fixtures" demultiplexing \
   'VOB id 2 of "D:\VIDEO_TS\VIDEO_TS.VOB", named in its IFO, has no demultiplexed video' 0
+
+# 6. The title set's IFO and its backup name a table (VTS_PTT_SRPT, byte 200)
+# far beyond their end: the reader's refusal is the failure of reading the disc.
+failed_run ifo "$(damaged ifo 'for f in "$IFO" "$BUP"; do printf "\377\377\377\377" |
+  dd of="$f" bs=1 seek=200 conv=notrunc status=none; done')" 'reading the disc' \
+  'D:\VIDEO_TS\VTS_01_0.IFO: VTS_PTT_SRPT' 0
 
 # A refused start: exit status 1 and the message.
 refused() {  # name, drive D: host folder, output folder under K:, message
