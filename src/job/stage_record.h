@@ -27,6 +27,7 @@ enum class RunStage {
     HandOver,
 };
 inline constexpr std::size_t kRunStageCount = 11;
+static_assert(static_cast<std::size_t>(RunStage::HandOver) + 1 == kRunStageCount, "one entry per stage");
 
 // The stage's name as a user reads it ("demultiplexing").
 const char* StageName(RunStage stage);
