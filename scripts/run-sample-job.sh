@@ -2,7 +2,8 @@
 # Runs kestrova-cli over one fixture disc with settings of its own, all
 # under WORK: the disc is drive D:, WORK is drive K:, and the result lands
 # in K:\out (WORK/out). The outside tools run as their native equivalents,
-# as on any Linux machine.
+# as on any Linux machine. Exits with kestrova-cli's status (see
+# kestrova-cli --help).
 #   run-sample-job.sh BUILD_DIR FIXTURES_DIR WORK [DISC] [-- EXTRA CLI ARGUMENTS]
 set -euo pipefail
 
@@ -30,4 +31,4 @@ export XDG_STATE_HOME="$work/state"
 if [ $# -eq 0 ]; then
   set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000
 fi
-"$build/kestrova-cli" "$@"
+exec "$build/kestrova-cli" "$@"

@@ -4,12 +4,15 @@
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
 #include "assets/dummy_cells.h"
+#include "assets/program_stream.h"
 #include "dvd/ifo_reader.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
 #include "job/progress.h"
 #include "job/tool_profile.h"
+#include "platform/error.h"
 #include "platform/path_space.h"
+#include "platform/stream_files.h"
 
 namespace kestrova {
 
@@ -111,6 +114,58 @@ bool EnablePGCDemuxing(JobContext& job, const std::string& VobPath, const std::s
         UpdateProgress(job, static_cast<std::int64_t>(v), maximum, "PGCDemuxing", false, false);
     }
     return false;
+}
+
+std::string CheckMenuVob(JobContext& job, const std::string& VobPath) {
+    platform::TraceFrame frame(job.Trace, "DemuxStage", "CheckMenuVob");
+    const auto& domain = CurrentDomain(job);
+    const std::uint64_t size = job.Files.FileSize(VobPath);
+    // The cell that reaches furthest into the file.
+    std::int64_t lastSector = -1;
+    std::size_t lastVob = 0;
+    std::size_t lastCell = 0;
+    for (std::size_t v = 1; v <= domain.Vob_Id.Count(); ++v) {
+        const auto& cells = domain.Vob_Id.Item(v).CELL_ID;
+        for (std::size_t c = 1; c <= cells.Count(); ++c) {
+            if (cells.Item(c).VTSM_END <= lastSector) continue;
+            lastSector = cells.Item(c).VTSM_END;
+            lastVob = v;
+            lastCell = c;
+        }
+    }
+    const auto needed = static_cast<std::uint64_t>(lastSector + 1) * kPackSize;
+    if (lastSector >= 0 && size < needed) {
+        return "\"" + VobPath + "\" is cut short: it holds " + std::to_string(size) + " bytes, but the cell address " +
+               "table of \"" + domain.OriginalIfo + "\" places VOB id " + std::to_string(lastVob) + " cell " +
+               std::to_string(lastCell) + " up to sector " + std::to_string(lastSector) + ", which ends at byte " +
+               std::to_string(needed);
+    }
+    try {
+        const auto input = platform::OpenFileReader(job.Files.Paths(), VobPath);
+        ProgramStreamReader reader(*input);
+        while (reader.Next() != nullptr) {
+        }
+    } catch (const Error& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+std::string CheckDemuxedVobIds(JobContext& job) {
+    const auto& domain = CurrentDomain(job);
+    for (std::size_t v = 1; v <= domain.Vob_Id.Count(); ++v) {
+        if (domain.Vob_Id.Item(v).Dummy != 0) continue;
+        const std::string name = CreateVOBName(static_cast<int>(v));
+        const std::string m2v = job.WorkFolder + "\\DEMUXED\\" + name + ".M2V";
+        const std::string moved = job.WorkFolder + "\\DEMUXED_CELLID\\" + name + "_001.M2V";
+        const auto holds = [&job](const std::string& path) {
+            return job.Files.FileExists(path) && job.Files.FileSize(path) > 0;
+        };
+        if (holds(m2v) || holds(moved)) continue;
+        return "VOB id " + std::to_string(v) + " of \"" + WithoutExtension(domain.OriginalIfo) +
+               ".VOB\", named in its IFO, has no demultiplexed video: \"" + m2v + "\" is missing or empty";
+    }
+    return "";
 }
 
 void RenamePgcDemuxFiles(JobContext& job, std::int16_t VobId, const std::string& Folder, std::int16_t CellId) {

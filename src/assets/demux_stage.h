@@ -30,6 +30,18 @@ bool EnableDemuxing(JobContext& job, const std::string& VobPath, const std::stri
 // each run's files renamed at once; true when PgcDemux is missing.
 bool EnablePGCDemuxing(JobContext& job, const std::string& VobPath, const std::string& VobName, bool ByCell);
 
+// Checks the menu VOB before it is demultiplexed: it must reach the last
+// sector the domain's cell address table names, and read as DVD packs
+// from start to end. Returns the fault in one sentence naming the file and
+// the byte offset, or an empty text.
+std::string CheckMenuVob(JobContext& job, const std::string& VobPath);
+
+// Checks that the demultiplexing by VOB id left the video of every VOB id
+// of the domain that is no dummy (in DEMUXED, or moved on to DEMUXED_CELLID
+// by an earlier run). Returns the first VOB id without it in one sentence,
+// or an empty text.
+std::string CheckDemuxedVobIds(JobContext& job);
+
 // Renames the fixed names one PgcDemux run left in `Folder` to asset names
 // of VOB id `VobId` (and cell `CellId`; 0 for a VOB pass).
 void RenamePgcDemuxFiles(JobContext& job, std::int16_t VobId, const std::string& Folder, std::int16_t CellId);

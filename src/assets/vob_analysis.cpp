@@ -2,6 +2,7 @@
 // serving, and the confirmation of a pan-scan domain: see vob_typing.h.
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
+#include "assets/demux_stage.h"
 #include "assets/dummy_cells.h"
 #include "assets/m2v_header.h"
 #include "assets/vob_typing.h"
@@ -72,6 +73,11 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
         WLOG(job, "Renaming Files");
         EnableFileRename(job, job.WorkFolder + "\\DEMUXED");
     }
+    // A VOB id without its data is never typed: the run ends here.
+    if (const std::string fault = CheckDemuxedVobIds(job); !fault.empty()) {
+        StageFailed(job, RunStage::Demultiplexing, fault);
+        return 0;
+    }
     RLOG(job, "DEMUXED VOB ID");
 
     if (job.Options().ConfirmAR == 1) {
@@ -83,6 +89,7 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
         }
     }
 
+    job.Stages.Begin(RunStage::Subpictures);
     JoinVobsForSubpictures(job);
     const auto stopped = [&job] { return job.StopRequested != 0; };
     const std::int16_t pgcs = RunHandedStage(job, subpictures.CreateIFO, "CreateIFO", std::int16_t{0});
@@ -91,6 +98,7 @@ std::int16_t VobAnalysis(JobContext& job, const SubpictureStages& subpictures) {
     if (stopped()) return pgcs;
     RunHandedStage(job, subpictures.FindHighlightBitmaps, "FindHighlightBitmaps", pgcs);
     if (stopped()) return pgcs;
+    job.Stages.Begin(RunStage::VobTyping);
     FalsePgcCheck(job);
     if (stopped()) return pgcs;
     RenameDummy(job);

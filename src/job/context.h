@@ -11,6 +11,7 @@
 #include "job/run_log.h"
 #include "job/script_templates.h"
 #include "job/settings.h"
+#include "job/stage_record.h"
 #include "job/timecode.h"
 #include "model/language_table.h"
 #include "model/menu_tree.h"
@@ -91,9 +92,11 @@ struct JobContext {
     std::string Text2;
     std::string GoCaption = "Start";
     // Set once the program has begun to end, and once a run has reached
-    // "ReAuthoring complete".
+    // "ReAuthoring complete" (authoring ran and left a VIDEO_TS).
     bool Terminated = false;
     bool Completed = false;
+    // What became of each stage of the run in hand or the last one.
+    StageRecord Stages;
 
     // VOB names read back from a journal, from index 0.
     std::vector<std::string> JournalMenus;

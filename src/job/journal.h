@@ -21,7 +21,7 @@ int StageOfMark(const std::string& mark);
 
 // The line a run writes last, once it has reached its end. The recovery
 // reading passes over it, as over any "#" line it has no field for.
-inline const std::string kJournalFinished = "#REAUTHORING COMPLETE";
+inline const std::string kJournalFinished = "#RUN ENDED";
 
 // What a journal says, line by line.
 struct JournalReading {

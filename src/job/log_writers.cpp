@@ -108,6 +108,14 @@ void NotYetAvailable(JobContext& job, const std::string& stage) {
     const std::string text = stage + " is not yet available in this version - stage passed over";
     WLOG(job, text);
     LogWindow(job, text);
+    job.Stages.PassOver(stage);
+}
+
+void StageFailed(JobContext& job, RunStage stage, const std::string& reason) {
+    const std::string text = std::string(StageName(stage)) + " failed: " + reason;
+    WLOG(job, text);
+    LogWindow(job, text);
+    job.Stages.Fail(stage, reason);
 }
 
 }  // namespace kestrova

@@ -29,7 +29,12 @@ void RLOG(JobContext& job, const std::string& text);
 void LogWindow(JobContext& job, const std::string& text, bool indent = false);
 
 // A stage whose work this version does not have yet says so in the run
-// log and the log list, so a run never passes it silently.
+// log and the log list, and is set down as passed over against the stage
+// of the run in hand, so a run never passes it silently.
 void NotYetAvailable(JobContext& job, const std::string& stage);
+// A stage that failed: "<stage> failed: <reason>" in the run log and the
+// log list, and the failure in the run's record, which ends the run at its
+// next stage boundary.
+void StageFailed(JobContext& job, RunStage stage, const std::string& reason);
 
 }  // namespace kestrova

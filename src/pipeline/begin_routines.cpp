@@ -176,6 +176,8 @@ void AbortJob(JobContext& job, bool ccePhrase) {
         ccePhrase ? "SOMETHING WENT WRONG WITH CCE ENCODING - ABORTING" : "SOMETHING WENT WRONG - ABORTING";
     job.Questions.ShowMessage(text, "Kestrova", MessageKind::Critical);
     WLOG(job, text);
+    // The stage in hand is the one that went wrong.
+    job.Stages.Fail(job.Stages.Current().value_or(RunStage::Authoring), text);
     ProgramUse(job, 0);
     job.DiscModel.Clear();
     job.CloseAfterJob = -1;

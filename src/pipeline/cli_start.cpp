@@ -151,11 +151,25 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
         // running ends with all it started. The report names the procedure
         // the failure was thrown from.
         job.Trace.ReportUnwound(failure.what(), "CommandLine", "RunFromCommandLine");
-        return Fail(job, failure.what());
+        // A failure out of a stage is that stage's and is named below; any
+        // other is named here.
+        if (!job.Stages.FailedStage()) return Fail(job, failure.what());
+        WLOG(job, failure.what());
     }
-    if (job.Completed) return 0;
-    std::cerr << "kestrova-cli: the job did not complete; see " << ForTheConsole(job, job.RunLog.File()) << '\n';
-    return 1;
+    // The exit status follows what became of the run's stages; a failure,
+    // or a run that did not reach its end, is named on standard error.
+    const StageRecord& stages = job.Stages;
+    const std::string log = ForTheConsole(job, job.RunLog.File());
+    if (const auto failed = stages.FailedStage()) {
+        std::cerr << "kestrova-cli: " << StageName(*failed) << " failed: " << stages.FailureReason() << '\n'
+                  << "kestrova-cli: see " << log << '\n';
+        return kExitFailed;
+    }
+    if (!stages.Ended()) {
+        std::cerr << "kestrova-cli: the job did not complete; see " << log << '\n';
+        return kExitFailed;
+    }
+    return stages.AnyPassedOver() ? kExitPassedOver : kExitComplete;
 }
 
 }  // namespace kestrova

@@ -17,6 +17,7 @@
 #include "job/progress.h"
 #include "job/version.h"
 #include "muxman/layout.h"
+#include "pipeline/run_summary.h"
 #include "pipeline/settings_echo.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -41,7 +42,13 @@ namespace {
 // (a stop, an abort, or the end a setting asks for).
 enum class Flow { Next, Leave };
 
-bool Stopped(const JobContext& job) { return job.StopRequested != 0; }
+// The stop test: a confirmed stop, or a stage that failed, ends the run at
+// the next stage boundary.
+bool Stopped(const JobContext& job) { return job.StopRequested != 0 || job.Stages.FailedStage().has_value(); }
+
+bool HoldsFiles(const JobContext& job, const std::string& folder) {
+    return !job.Files.List(folder, "*", platform::ListKind::Files).empty();
+}
 
 // A stage boundary of the domain loop: the job bar takes its normal step,
 // then the stop test. A domain passes at most 13 of them, its share of the
@@ -84,6 +91,7 @@ Flow RunHead(JobContext& job, int menuCount) {
     RLOG(job, o.Muxman == 1 ? "#MUXMAN" : "#SCENARIST");
     RLOG(job, "#FOLDER: " + job.Text1);
 
+    job.Stages.Begin(RunStage::ReadingDisc);
     GetIFODetails(job, job.Text1 + "\\");
     if (Stopped(job)) return Flow::Leave;
     if (job.Files.FolderExists(job.JobRoot + "\\ECLs")) job.Files.DeleteTree(job.JobRoot + "\\ECLs");
@@ -150,9 +158,14 @@ Flow RunDomain(JobContext& job, std::size_t index) {
 
     const std::string demuxed = job.WorkFolder + "\\DEMUXED";
     s.CurrentFolder = demuxed;
+    job.Stages.Begin(RunStage::Demultiplexing);
     if (RecoverySkip(job, 0)) {
         WLOG(job, "Demux by VOB skipped");
     } else {
+        if (const std::string fault = CheckMenuVob(job, vobPath); !fault.empty()) {
+            StageFailed(job, RunStage::Demultiplexing, fault);
+            return Flow::Leave;
+        }
         job.Files.DeleteTree(demuxed);
         job.Files.MakeFolder(demuxed);
         const bool aborted = s.Pgcdemux != 0 ? EnablePGCDemuxing(job, vobPath, name, false)
@@ -168,6 +181,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     if (StageBoundary(job)) return Flow::Leave;
 
     const bool cellPass = NeedsCellPass(domain);
+    job.Stages.Begin(RunStage::Demultiplexing);
     if (domain.Split_Cell == 0 && cellPass) {
         WLOG(job, "Demuxing by CellID");
         const std::string byCell = job.WorkFolder + "\\DEMUXED_CELLID";
@@ -204,7 +218,9 @@ Flow RunDomain(JobContext& job, std::size_t index) {
         }
     }
 
+    job.Stages.Begin(RunStage::Encoding);
     EnableRejig(job);
+    job.Stages.Begin(RunStage::FrameServing);
     EnableScenes(job);
     // The audio stages and the list writer come with their libraries.
     FrameServingStages frameServing;
@@ -213,9 +229,11 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     RLOG(job, "PROCESSASSETS");
     if (StageBoundary(job)) return Flow::Leave;
 
+    job.Stages.Begin(RunStage::Audio);
     EnableAudioProcess(job);
     if (StageBoundary(job)) return Flow::Leave;
 
+    job.Stages.Begin(RunStage::Subpictures);
     if (o.Default_RewriteSST == 1) CheckSSTFor2SecondBMP(job, streams, s.StreamCount);
     ProcessSST(job, streams, s.StreamCount);
     CheckDisplayMode(job);
@@ -224,12 +242,17 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     return Flow::Next;
 }
 
-// Steps 27 to 32: once for the whole run.
+// Steps 27 to 32: once for the whole run. Only an encoding that ran and
+// was verified logs its success and gets its journal mark; one this
+// version passed over does neither, so a resumed run meets it again.
 Flow RunEncoding(JobContext& job) {
     auto& o = job.Options();
+    job.Stages.Begin(RunStage::Encoding);
     EnablePause(job);
     VobStripping(job);
+    bool encoded = true;
     if (!RecoverySkip(job, 6)) {
+        const std::size_t passedOver = job.Stages.PassOverCount();
         EnableVideoEncoding(job);
         if (Stopped(job)) return Flow::Leave;
 
@@ -240,12 +263,15 @@ Flow RunEncoding(JobContext& job) {
             "ENCODING APPEARS SUCCESSFUL AT 3RD ATTEMPT", "ENCODING APPEARS SUCCESSFUL AT 4TH ATTEMPT"};
         int attempt = 1;
         bool missing = ConfirmAssetEncoding(job, 1);
-        while (missing && attempt < 4) {
+        encoded = job.Stages.PassOverCount() == passedOver;
+        while (encoded && missing && attempt < 4) {
             ++attempt;
             WLOG(job, kRetry[attempt - 1]);
             missing = ConfirmAssetEncoding(job, static_cast<std::int16_t>(attempt));
         }
-        if (!missing) {
+        if (!encoded) {
+            // Nothing was encoded or nothing was verified: no verdict.
+        } else if (!missing) {
             WLOG(job, kSuccess[attempt - 1]);
         } else if (o.Conversion == 0) {
             WLOG(job, "ENCODING HAS FAILED AFTER 4 ATTEMPTS - USING ORIGINALS");
@@ -259,13 +285,14 @@ Flow RunEncoding(JobContext& job) {
         WLF(job, "Preparing Scenarist Files");
         GetEncodedVideo(job);
     }
-    RLOG(job, "MPV ENCODED");
+    if (encoded) RLOG(job, "MPV ENCODED");
     if (Stopped(job)) return Flow::Leave;
     SetProgress(job, true);
     if (job.State().NoAuthor != 0) {
         // The run ends here, as it was asked to.
         AdvanceProgress(job, 100);
         job.CloseAfterJob = -1;
+        job.Stages.End();
         return Flow::Leave;
     }
     return Flow::Next;
@@ -279,7 +306,10 @@ Flow RunMuxman(JobContext& job) {
         LogWindow(job, "Authoring Complete");
         LogWindow(job, " ");
         DeleteIfExists(job, job.State().Root + "\\Update_Menu_Ifo.bat");
-        if (o.ScenaidMode == 0 && o.SingleMXP == 1) EnableUpdateIFO(job, 0, false);
+        if (o.ScenaidMode == 0 && o.SingleMXP == 1) {
+            job.Stages.Begin(RunStage::IfoCorrection);
+            EnableUpdateIFO(job, 0, false);
+        }
         return Flow::Next;
     }
     if (o.SingleMXP != 1) {
@@ -318,7 +348,13 @@ Flow RunScenarist(JobContext& job) {
                                            "\\Batch_1\\ScenaristScript26_1"};
     bool anyScript = false;
     for (const char* script : kScripts) anyScript = anyScript || job.Files.FileExists(root + script + ".SCP");
-    if (!anyScript) return Flow::Next;
+    if (!anyScript) {
+        // Nothing to compile is nothing authored.
+        if (job.Stages.Outcome(RunStage::Authoring) == StageOutcome::Done) {
+            job.Stages.PassOver("no Scenarist script was written");
+        }
+        return Flow::Next;
+    }
     for (const char* script : kScripts) DeleteIfExists(job, root + script + "_ERROR.txt");
 
     StartAuthoring(job, count);
@@ -334,6 +370,7 @@ Flow RunScenarist(JobContext& job) {
         return Flow::Leave;
     }
     LogWindow(job, "Updating Ifos");
+    job.Stages.Begin(RunStage::IfoCorrection);
     EnableUpdateIFO(job, count, false);
     if (Stopped(job)) return Flow::Leave;
     LogWindow(job, "Updating Ifos is complete");
@@ -341,15 +378,22 @@ Flow RunScenarist(JobContext& job) {
     return Flow::Next;
 }
 
-// Steps 34 to 42.
+// Steps 34 to 42. The banner "ReAuthoring complete" is written only when the
+// authoring ran and the result's VIDEO_TS holds files.
 void RunFinishing(JobContext& job) {
     auto& o = job.Options();
+    const std::string result = job.JobRoot + "\\VIDEO_TS";
+    const bool authored = job.Stages.Outcome(RunStage::Authoring) == StageOutcome::Done;
     job.JobRunning = -1;
+    job.Stages.Begin(RunStage::CopyingFiles);
     FinishCopying(job);
     ProgramUse(job, 0);
     if (o.Muxman == 1 || (o.Muxman == 0 && o.Sce_Compile_Option > 0)) {
-        const std::string result = job.JobRoot + "\\VIDEO_TS";
-        if ((o.SourceCopy == 1 || o.Reverse == 1) && o.ScenaidMode == 0) GetVTSSectors(job, result);
+        if ((o.SourceCopy == 1 || o.Reverse == 1) && o.ScenaidMode == 0) {
+            job.Stages.Begin(RunStage::IfoCorrection);
+            GetVTSSectors(job, result);
+        }
+        job.Stages.Begin(RunStage::HandOver);
         if (o.ScenaidMode == 0 && o.EnableReBuilder == 0) {
             if (!GenerateImage(job, result, false) && StartDIF4U(job)) job.CloseAfterJob = -1;
         } else if (o.ScenaidMode == 0 && o.Reverse == 1) {
@@ -369,8 +413,11 @@ void RunFinishing(JobContext& job) {
     }
     job.DiscModel.Clear();
     AdvanceProgress(job, 100);
-    WLF(job, "ReAuthoring complete");
-    job.Completed = true;
+    job.Stages.End();
+    if (authored && HoldsFiles(job, result)) {
+        WLF(job, "ReAuthoring complete");
+        job.Completed = true;
+    }
 }
 
 }  // namespace
@@ -399,10 +446,9 @@ void FinishCopying(JobContext& job) {
     if (job.Options().NoCopy == 0 || job.State().Control != 0) CopyRemainingFiles(job, false);
 }
 
-void StartKestrova(JobContext& job) {
-    platform::TraceFrame frame(job.Trace, "Pipeline", "StartKestrova");
-    job.Completed = false;
-    if (job.OutputFolder.empty()) return;
+namespace {
+
+void RunStages(JobContext& job) {
     const int menuCount = GetTreeMenus(job);
     job.JobRoot = job.OutputFolder;
     if (menuCount > 0) {
@@ -416,12 +462,32 @@ void StartKestrova(JobContext& job) {
         }
         if (RunEncoding(job) == Flow::Leave) return;
         job.View.ShowCaption("");
+        job.Stages.Begin(RunStage::Authoring);
         const Flow authored = job.Options().Muxman == 1 ? RunMuxman(job) : RunScenarist(job);
         if (authored == Flow::Leave) return;
         SetProgress(job, true);
     }
     RunFinishing(job);
-    if (job.Completed) MarkJournalFinished(job);
+    if (job.Stages.Ended()) MarkJournalFinished(job);
+}
+
+}  // namespace
+
+void StartKestrova(JobContext& job) {
+    platform::TraceFrame frame(job.Trace, "Pipeline", "StartKestrova");
+    job.Completed = false;
+    job.Stages.Clear();
+    if (job.OutputFolder.empty()) return;
+    try {
+        RunStages(job);
+    } catch (const Error& failure) {
+        // An unexpected failure is one of the stage in hand; the summary
+        // says so before the failure travels on to its report.
+        job.Stages.Fail(job.Stages.Current().value_or(RunStage::ReadingDisc), failure.what());
+        WriteRunSummary(job);
+        throw;
+    }
+    WriteRunSummary(job);
 }
 
 }  // namespace kestrova

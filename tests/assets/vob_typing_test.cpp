@@ -197,6 +197,7 @@ protected:
         AddVob({1});
         AddVob({100});
         Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001.VOB", "A");
+        Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_001 - Video.M2V", SequenceHeader(3));
         Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002.VOB", "B");
         Put("Job/D_VTS_01_0/DEMUXED/VTS_01_0 - VOBID_002 - Video.M2V", SequenceHeader(3));
         stages.CreateIFO = [this](JobContext&) { return calls.push_back("CreateIFO"), std::int16_t{3}; };
@@ -226,7 +227,7 @@ TEST_F(Analysis, NamesJoinsRipsChecksAndTypesInOrderAndJournalsBothEnds) {
     EXPECT_EQ(job.State().StreamCount, 2);
     EXPECT_EQ(Journal(), (std::vector<std::string>{"DEMUXED VOB ID", "DVD2AVI"}));
     EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED"),
-              (std::vector<std::string>{"001.VOB", "002.M2V", "002.VOB", "Create_Sub.bat"}));
+              (std::vector<std::string>{"001.M2V", "001.VOB", "002.M2V", "002.VOB", "Create_Sub.bat"}));
     EXPECT_EQ(temp.Read("Job/D_VTS_01_0/DEMUXED/Create_Sub.bat"),
               "Copy /b K:\\Job\\D_VTS_01_0\\DEMUXED\\*.VOB K:\\Job\\D_VTS_01_0\\SUBTITLES\\VTS_01_0.VOB\r\n");
     EXPECT_EQ(temp.Read("Job/D_VTS_01_0/SUBTITLES/VTS_01_0.VOB"), "AB");
@@ -251,6 +252,9 @@ TEST_F(Analysis, AResumedRunKeepsTheNamesAndAStopEndsBeforeTheNextStage) {
     job.State().Recover = -1;
     job.State().RecoveryVTS = 2;
     job.State().RecoveryModule = 0;
+    // The videos as the run before named them.
+    Put("Job/D_VTS_01_0/DEMUXED/001.M2V", SequenceHeader(3));
+    Put("Job/D_VTS_01_0/DEMUXED/002.M2V", SequenceHeader(3));
     stages.CreateIFO = [this](JobContext& stopped) {
         calls.push_back("CreateIFO");
         stopped.StopRequested = -1;

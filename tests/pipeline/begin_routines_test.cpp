@@ -43,12 +43,12 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
-        test::PipelineFixture f("pal-vmg-buttons", c.Layout);
+        test::PipelineFixture f("pal-vmg-buttons", c.Layout, false);
         f.registry.SaveDword(RegistryRoot::CurrentUser, "Software\\DVD Decrypter", "DEVICE_EjectTrayRead", 1);
         c.Adjust(f);
         BeginRoutines(f.job);
         EXPECT_EQ(LastMessage(f), c.Message);
-        EXPECT_FALSE(f.job.Completed);
+        EXPECT_FALSE(f.job.Stages.Ended());
         EXPECT_EQ(f.job.JobRunning, 0);
         EXPECT_FALSE(f.files.Exists("K:\\OUT")) << "a refused job makes nothing";
         EXPECT_EQ(TrayOption(f), 1u);
@@ -70,7 +70,7 @@ TEST(BeginRoutines, EachRefusalSaysWhyAndLeavesNothingBehind) {
     unnamed.job.OutputFolder.clear();
     BeginRoutines(unnamed.job);
     EXPECT_TRUE(unnamed.questions.History().empty());
-    EXPECT_FALSE(unnamed.job.Completed);
+    EXPECT_FALSE(unnamed.job.Stages.Ended());
 }
 
 TEST(BeginRoutines, TheDecrypterTrayOptionIsClearedForTheRunAndPutBack) {
@@ -79,7 +79,7 @@ TEST(BeginRoutines, TheDecrypterTrayOptionIsClearedForTheRunAndPutBack) {
     bool clearedDuringRun = false;
     f.view.OnServe = [&](int) { clearedDuringRun = clearedDuringRun || TrayOption(f) == 0; };
     BeginRoutines(f.job);
-    EXPECT_TRUE(f.job.Completed);
+    EXPECT_TRUE(f.job.Stages.Ended());
     EXPECT_TRUE(clearedDuringRun);
     EXPECT_EQ(TrayOption(f), 1u);
 }
@@ -131,7 +131,7 @@ TEST(Authoring, AFailedFullMuxmanScriptIsRetriedOnlyWhenTheUserSaysSo) {
         f.job.Options().SingleMXP = row.SingleMXP;
         row.Retry ? f.questions.AnswerYes() : f.questions.AnswerNo();
         BeginRoutines(f.job);
-        EXPECT_FALSE(f.job.Completed);
+        EXPECT_EQ(f.job.Stages.Outcome(RunStage::Authoring), StageOutcome::Failed);
         EXPECT_EQ(f.CountRunLog(row.Logged), 1);
         EXPECT_EQ(LastMessage(f), "SOMETHING WENT WRONG - ABORTING");
         EXPECT_TRUE(f.files.FolderExists("K:\\OUT\\D_VTS_01_0")) << "nothing under the job root goes on an abort";

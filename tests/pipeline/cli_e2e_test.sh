@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # kestrova-cli from the outside: a token start and an INI start over a real
-# disc, each checked by its run log's banners and its journal's marks, then
+# disc, each checked by its run log's banners, its journal's marks and its
+# summary; copies of the disc whose menu VOB is cut short, full of random
+# bytes, or demultiplexed with a VOB id missing, or whose IFO and backup
+# point outside the file, each a failed stage; then
 # a missing source, with its message and exit status.
 #   cli_e2e_test.sh BUILD_DIR FIXTURES_DIR
 set -uo pipefail
@@ -31,34 +34,87 @@ PROCESSING VIDEO_TS.VOB
 PROCESSING VTS_01_0.VOB
 PREPARING SCENARIST FILES
 CREATING SCENARIST SCRIPT
-REAUTHORING COMPLETE'
+RUN SUMMARY'
 
-check_run() {  # name, output folder
-  local name=$1 out=$2
+# No line of a run log may claim what this version does not do.
+no_success() {  # name, run log
+  grep -E 'ENCODING APPEARS SUCCESSFUL|REAUTHORING COMPLETE' "$2" && fail "$1: a success line in the run log"
+}
+
+# A run that demultiplexed and typed every menu and passed the later stages
+# over: exit status 3, the marks of what ran, and the summary on the console.
+check_run() {  # name, exit status, console output, output folder
+  local name=$1 status=$2 console=$3 out=$4
+  [ "$status" = 3 ] || { fail "$name: exit status $status"; cat "$console"; }
   [ "$(banners "$out/Kestrova.LOG")" = "$expected_banners" ] ||
     { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
   local marks stages="DEMUXED VOB ID,DVD2AVI,PROCESSASSETS"
   marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#' | tr '\n' ,)
-  [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages,MPV ENCODED," ] || fail "$name: journal marks were: $marks"
+  [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
+  no_success "$name" "$out/Kestrova.LOG"
+  local line
+  for line in 'demultiplexing: done' 'VOB typing: done' 'encoding: passed over, not yet available in this version (' \
+      'authoring: passed over, not yet available in this version (CreateSCP)' \
+      'The run finished, but the stages passed over did not do their work' \
+      "Demultiplexed assets: $out/D_VTS_01_0" "Output VIDEO_TS: $out/VIDEO_TS (empty)"; do
+    grep -qF "      $line" "$console" || fail "$name: the summary lacks \"$line\""
+  done
 }
 
 # 1. Tokens, as another program starts the job.
-if bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1; then
-  check_run tokens "$work/tokens/out"
-else
-  fail "token start exited non-zero"; cat "$work/tokens.out"
-fi
+bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1
+check_run tokens $? "$work/tokens.out" "$work/tokens/out"
 
 # 2. An INI file names the drive, the folder and the menus.
 mkdir -p "$work/ini"
 printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
-if bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" \
-    > "$work/ini.out" 2>&1; then
-  check_run ini "$work/ini/from_ini"
-else
-  fail "INI start exited non-zero"; cat "$work/ini.out"
-fi
+bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" > "$work/ini.out" 2>&1
+check_run ini $? "$work/ini.out" "$work/ini/from_ini"
+
+# A run that fails at a stage: exit status 1, the failure on standard error
+# and in the summary, nothing typed after it and no success line.
+failed_run() {  # name, fixtures folder, stage, problem text, typing lines expected in the run log
+  local name=$1 out="$work/$1/out" stage=$3 status
+  bash "$run" "$build" "$2" "$work/$name" > "$work/$name.out" 2> "$work/$name.err"
+  status=$?
+  [ "$status" = 1 ] || { fail "$name: exit status $status"; cat "$work/$name.out" "$work/$name.err"; }
+  grep -F "kestrova-cli: $stage failed: " "$work/$name.err" | grep -qF "$4" ||
+    { fail "$name: standard error does not name the failure"; cat "$work/$name.err"; }
+  grep -qF "      $stage: FAILED - " "$work/$name.out" || fail "$name: the summary lacks the failure"
+  grep -qF "      The run FAILED at $stage and ended there." "$work/$name.out" ||
+    fail "$name: the summary does not say how the run ended"
+  no_success "$name" "$out/Kestrova.LOG"
+  local typed
+  typed=$(grep -cE 'Final VOBTYPE|VobType for' "$out/Kestrova.LOG")
+  [ "$typed" = "$5" ] || fail "$name: $typed VOB ids typed, expected $5"
+}
+
+# 3. The title set's menu VOB cut to half its length. 4. The same VOB filled
+# with random bytes. Each fails before it is split; the VMG before it was typed.
+damaged() {  # name; the rest is the command that damages the copy (VOB, IFO, BUP of the title set)
+  local name=$1 disc="$work/$1-disc/pal-vmg-buttons"
+  shift
+  mkdir -p "$disc" && cp -r "$fixtures/pal-vmg-buttons/VIDEO_TS" "$disc/" && chmod -R u+w "$disc"
+  local set="$disc/VIDEO_TS/VTS_01_0"
+  VOB="$set.VOB" IFO="$set.IFO" BUP="$set.BUP" SIZE=$(stat -c %s "$set.VOB") bash -c "$*"
+  echo "$work/$name-disc"
+}
+failed_run truncated "$(damaged truncated 'truncate -s $((SIZE / 2)) "$VOB"')" demultiplexing \
+  '"D:\VIDEO_TS\VTS_01_0.VOB" is cut short: it holds ' 2
+failed_run random "$(damaged random 'head -c "$SIZE" /dev/urandom > "$VOB.new" && mv "$VOB.new" "$VOB"')" \
+  demultiplexing 'Cannot read the program stream "D:\VIDEO_TS\VTS_01_0.VOB" at byte 0' 2
+
+# 5. DVD Decrypter stops halfway through the VMG's menu VOB, so a VOB id the
+# IFO names leaves no file: nothing is typed.
+KESTROVA_STANDIN_FAIL=DVDDecrypter=partial failed_run missing "$fixtures" demultiplexing \
+  'VOB id 2 of "D:\VIDEO_TS\VIDEO_TS.VOB", named in its IFO, has no demultiplexed video' 0
+
+# 6. The title set's IFO and its backup name a table (VTS_PTT_SRPT, byte 200)
+# far beyond their end: the reader's refusal is the failure of reading the disc.
+failed_run ifo "$(damaged ifo 'for f in "$IFO" "$BUP"; do printf "\377\377\377\377" |
+  dd of="$f" bs=1 seek=200 conv=notrunc status=none; done')" 'reading the disc' \
+  'D:\VIDEO_TS\VTS_01_0.IFO: VTS_PTT_SRPT' 0
 
 # A refused start: exit status 1 and the message.
 refused() {  # name, drive D: host folder, output folder under K:, message

@@ -1,12 +1,13 @@
 // A job ready to run over a fixture disc: the disc on drive D:, a program
-// folder with the tools the checks look for, the run log on, every menu
-// chosen.
+// folder with the tools the checks look for, run by their native stand-ins,
+// the run log on, every menu chosen.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "dvd/menu_tree.h"
+#include "job/tool_table.h"
 #include "support/fixtures.h"
 #include "support/job_fixture.h"
 #include "support/program_folder.h"
@@ -15,10 +16,14 @@ namespace kestrova::test {
 
 class PipelineFixture : public JobFixture {
 public:
-    explicit PipelineFixture(const std::string& disc = "pal-vmg-buttons", ProgramFolderLayout layout = {}) {
+    // Without `standIns` no equivalent stands in for a tool, as in the
+    // Windows profile: the checks read the program folder's files.
+    explicit PipelineFixture(const std::string& disc = "pal-vmg-buttons", ProgramFolderLayout layout = {},
+                             bool standIns = true) {
         const std::string videoTs = FixtureDisc(disc);
         paths.AddDrives("D:=" + videoTs.substr(0, videoTs.size() - 9) + "@cdrom");
         job.ProgramFolder = LayOutProgramFolder(temp, registry, "Program", layout);
+        if (standIns) AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
         job.ScenaristVersion = layout.Scenarist ? "3.0" : "";
         job.Options().Default_Enable_Log = 1;
         job.Options().No_ReEncode = 1;  // no encoder in this folder
