@@ -135,8 +135,8 @@ std::string CheckMenuVob(JobContext& job, const std::string& VobPath) {
     }
     const auto needed = static_cast<std::uint64_t>(lastSector + 1) * kPackSize;
     if (lastSector >= 0 && size < needed) {
-        return "\"" + VobPath + "\" is cut short: it holds " + std::to_string(size) + " bytes, but the cell address " +
-               "table of \"" + domain.OriginalIfo + "\" places VOB id " + std::to_string(lastVob) + " cell " +
+        return ShownPath(job, VobPath) + " is cut short: it holds " + std::to_string(size) + " bytes, but the cell " +
+               "address table of " + ShownPath(job, domain.OriginalIfo) + " places VOB id " + std::to_string(lastVob) + " cell " +
                std::to_string(lastCell) + " up to sector " + std::to_string(lastSector) + ", which ends at byte " +
                std::to_string(needed);
     }
@@ -162,8 +162,8 @@ std::string CheckDemuxedVobIds(JobContext& job) {
             return job.Files.FileExists(path) && job.Files.FileSize(path) > 0;
         };
         if (holds(m2v) || holds(moved)) continue;
-        return "VOB id " + std::to_string(v) + " of \"" + WithoutExtension(domain.OriginalIfo) +
-               ".VOB\", named in its IFO, has no demultiplexed video: \"" + m2v + "\" is missing or empty";
+        return "VOB id " + std::to_string(v) + " of " + ShownPath(job, WithoutExtension(domain.OriginalIfo) + ".VOB") +
+               ", named in its IFO, has no demultiplexed video: " + ShownPath(job, m2v) + " is missing or empty";
     }
     return "";
 }

@@ -274,6 +274,14 @@ std::string VersionOfFile(JobContext& job, const std::string& path) {
     return job.FileVersionText;
 }
 
+std::string ShownPath(const JobContext& job, const std::string& drivePath) {
+    try {
+        return job.Files.Paths().ToHost(drivePath) + " (" + drivePath + ")";
+    } catch (const Error&) {
+        return drivePath;
+    }
+}
+
 std::string QualifyPath(const std::string& path) {
     return !path.empty() && path.back() == '\\' ? path : path + "\\";
 }

@@ -82,6 +82,10 @@ std::string VersionOfFile(JobContext& job, const std::string& path);
 
 // Path helpers: a folder with its closing "\", a text cut at its first
 // NUL, and the Windows and system folders.
+// A drive path as a user reads it in a message: the host path, then the
+// drive path in brackets ("/media/disc/VIDEO_TS/VTS_01_0.VOB (D:\VIDEO_TS\VTS_01_0.VOB)");
+// a path on a drive that is not mapped stays as it is.
+std::string ShownPath(const JobContext& job, const std::string& drivePath);
 std::string QualifyPath(const std::string& path);
 std::string TrimNull(const std::string& text);
 std::string StripNulls(const std::string& text);

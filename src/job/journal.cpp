@@ -2,6 +2,7 @@
 #include "job/journal.h"
 
 #include "job/log_writers.h"
+#include "job/tool_profile.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
 #include "platform/text.h"
@@ -98,7 +99,7 @@ bool BrowseJournal(JobContext& job, const std::string& path, JournalReading& rea
     if (!reading.Language.empty()) state.RecoveryLanguage = reading.Language;
     if (reading.Scenarist) options.Muxman = 0;
     if (reading.Muxman) {
-        if (job.Files.FileExists(job.ProgramFolder + "\\Muxman.exe")) {
+        if (ToolPresent(job, job.ProgramFolder + "\\Muxman.exe")) {
             options.Muxman = 1;
         } else {
             options.Muxman = 0;

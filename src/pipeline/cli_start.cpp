@@ -32,16 +32,6 @@ std::string AsDrivePath(const JobContext& job, const std::string& path) {
     return job.Files.Paths().ToWindows(platform::AbsoluteHostPath(path));
 }
 
-// A drive path as a user reads it on the console: the host path, then the
-// drive path in brackets; a drive that is not mapped has only the latter.
-std::string ForTheConsole(const JobContext& job, const std::string& drivePath) {
-    try {
-        return job.Files.Paths().ToHost(drivePath) + " (" + drivePath + ")";
-    } catch (const Error&) {
-        return drivePath;
-    }
-}
-
 // The folder the logs start in, made if it is missing: the user's state
 // folder. A job's run moves them into its output folder.
 std::string StartLogFolder(const JobContext& job) {
@@ -119,10 +109,10 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     if (job.SourceDrive.empty()) return Fail(job, "No source drive given (/DRIV=LETTER or *DRIVE in the INI file)");
     const std::string source = job.SourceDrive.substr(0, 1) + ":\\VIDEO_TS";
     if (!job.Files.FolderExists(source)) {
-        return Fail(job, "The source folder " + ForTheConsole(job, source) + " does not exist (see KESTROVA_DRIVES)");
+        return Fail(job, "The source folder " + ShownPath(job, source) + " does not exist (see KESTROVA_DRIVES)");
     }
     if (!job.Files.FileExists(source + "\\VIDEO_TS.IFO")) {
-        return Fail(job, "The source folder " + ForTheConsole(job, source) + " holds no VIDEO_TS.IFO");
+        return Fail(job, "The source folder " + ShownPath(job, source) + " holds no VIDEO_TS.IFO");
     }
     ReLoadMenus(job, "", job.Options().Default_Threshold);
     job.Text1 = source;
@@ -159,7 +149,7 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
     // The exit status follows what became of the run's stages; a failure,
     // or a run that did not reach its end, is named on standard error.
     const StageRecord& stages = job.Stages;
-    const std::string log = ForTheConsole(job, job.RunLog.File());
+    const std::string log = ShownPath(job, job.RunLog.File());
     if (const auto failed = stages.FailedStage()) {
         std::cerr << "kestrova-cli: " << StageName(*failed) << " failed: " << stages.FailureReason() << '\n'
                   << "kestrova-cli: see " << log << '\n';

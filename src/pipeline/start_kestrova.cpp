@@ -15,6 +15,7 @@
 #include "job/journal.h"
 #include "job/log_writers.h"
 #include "job/progress.h"
+#include "job/tool_profile.h"
 #include "job/version.h"
 #include "muxman/layout.h"
 #include "pipeline/run_summary.h"
@@ -427,7 +428,7 @@ bool CheckVOB(JobContext& job, std::size_t menuIndex) {
     if (o.Muxman == 1) return false;
     auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
     if (domain.Vob_Id.Count() < 601) return false;
-    if (job.Files.FileExists(job.ProgramFolder + "\\Muxman.exe") &&
+    if (ToolPresent(job, job.ProgramFolder + "\\Muxman.exe") &&
         job.Questions.AskYesNo(
             "There are more VOBS than Scenarist can handle, switch to Muxman? (If NO then this VTS will be skipped!!)",
             "Vob Count Error", true)) {

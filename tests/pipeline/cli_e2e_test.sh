@@ -101,14 +101,14 @@ damaged() {  # name; the rest is the command that damages the copy (VOB, IFO, BU
   echo "$work/$name-disc"
 }
 failed_run truncated "$(damaged truncated 'truncate -s $((SIZE / 2)) "$VOB"')" demultiplexing \
-  '"D:\VIDEO_TS\VTS_01_0.VOB" is cut short: it holds ' 2
+  '/VIDEO_TS/VTS_01_0.VOB (D:\VIDEO_TS\VTS_01_0.VOB) is cut short: it holds ' 2
 failed_run random "$(damaged random 'head -c "$SIZE" /dev/urandom > "$VOB.new" && mv "$VOB.new" "$VOB"')" \
   demultiplexing 'Cannot read the program stream "D:\VIDEO_TS\VTS_01_0.VOB" at byte 0' 2
 
 # 5. DVD Decrypter stops halfway through the VMG's menu VOB, so a VOB id the
 # IFO names leaves no file: nothing is typed.
 KESTROVA_STANDIN_FAIL=DVDDecrypter=partial failed_run missing "$fixtures" demultiplexing \
-  'VOB id 2 of "D:\VIDEO_TS\VIDEO_TS.VOB", named in its IFO, has no demultiplexed video' 0
+  '/VIDEO_TS/VIDEO_TS.VOB (D:\VIDEO_TS\VIDEO_TS.VOB), named in its IFO, has no demultiplexed video' 0
 
 # 6. The title set's IFO and its backup name a table (VTS_PTT_SRPT, byte 200)
 # far beyond their end: the reader's refusal is the failure of reading the disc.
