@@ -31,13 +31,13 @@ disc=$fixtures/pal-vmg-buttons
 source_sum() { (cd "$disc" && find . -type f -exec md5sum {} + | sort | md5sum); }
 before=$(source_sum)
 
-# The reference: a run with room. It also lays out the program folder and
-# the settings under WORK that the runs below share.
+# The reference: a run with room. It also writes the settings under WORK
+# that the runs below share.
 bash "$here/../../scripts/run-sample-job.sh" "$build" "$fixtures" "$work" pal-vmg-buttons > "$work/ref.out" 2>&1
 ref_status=$?
 mv "$work/out" "$work/ref"
 export KESTROVA_DRIVES="D:=$disc@cdrom;K:=$work"
-export KESTROVA_REGISTRY="$work/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/program"
+export KESTROVA_REGISTRY="$work/registry.reg" XDG_STATE_HOME="$work/state"
 
 status=0
 cli() {  # output folder under K:, then options; the exit status lands in $status

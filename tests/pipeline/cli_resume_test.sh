@@ -24,7 +24,7 @@ mkdir -p "$bin"
 ln "$build/kestrova-cli" "$bin/" 2>/dev/null || cp "$build/kestrova-cli" "$bin/"
 cat > "$bin/kestrova-standin" <<EOF
 #!/usr/bin/env bash
-if [ "\${1:-}" = --tool ] && [ "\${2:-}" != program-folder ] && [ -n "\${KILL_AT:-}" ]; then
+if [ "\${1:-}" = --tool ] && [ -n "\${KILL_AT:-}" ]; then
   n=\$(( \$(cat "$work/starts" 2>/dev/null || echo 0) + 1 ))
   echo \$n > "$work/starts"
   if [ \$n = "\$KILL_AT" ]; then
@@ -37,13 +37,13 @@ exec "$build/kestrova-standin" "\$@"
 EOF
 chmod +x "$bin/kestrova-standin"
 
-# The reference: a run never killed. It also lays out the program folder
-# and the settings under WORK that the runs below share.
+# The reference: a run never killed. It also writes the settings under
+# WORK that the runs below share.
 bash "$here/../../scripts/run-sample-job.sh" "$bin" "$fixtures" "$work" pal-vmg-buttons > "$work/ref.out" 2>&1
 ref_status=$?
 mv "$work/out" "$work/ref"
 export KESTROVA_DRIVES="D:=$fixtures/pal-vmg-buttons@cdrom;K:=$work"
-export KESTROVA_REGISTRY="$work/registry.reg" KESTROVA_PROGRAM_FOLDER="$work/program"
+export KESTROVA_REGISTRY="$work/registry.reg" XDG_STATE_HOME="$work/state"
 
 status=0
 cli() {  # KILL_AT (empty: no kill), then options; the exit status lands in $status
