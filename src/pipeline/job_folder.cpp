@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "dvd/menu_tree.h"
+#include "job/folders.h"
 #include "job/journal.h"
 #include "job/log_writers.h"
 #include "pipeline/cli_start.h"
@@ -25,11 +26,6 @@ constexpr const char* kRunLogName = "Kestrova.LOG";
 enum class Holds { Nothing, UnfinishedJob, FinishedJob, JobWithoutJournal, OtherFiles };
 
 // A folder as the user knows it: the drive path, and the host folder it is.
-std::string Named(const JobContext& job, const std::string& path) {
-    const std::string host = job.Files.ToHost(path);
-    return host == path ? path : path + " (" + host + ")";
-}
-
 bool SameFolder(std::string left, std::string right) {
     while (!left.empty() && left.back() == '\\') left.pop_back();
     while (!right.empty() && right.back() == '\\') right.pop_back();
@@ -100,13 +96,13 @@ std::optional<int> Resume(JobContext& job, const std::string& folder) {
     const JournalReading head = ReadJournalLines(job.Files.ReadLines(journal));
     if (!head.Root.empty() && !SameFolder(head.Root, folder)) {
         return Refuse(job, kExitUsage,
-                      "The journal " + Named(job, journal) + " is of the job in " + head.Root +
+                      "The journal " + ShownPath(job, journal) + " is of the job in " + head.Root +
                           ": resume it there, or give --fresh to empty this folder and start again");
     }
     // A head cut short ends before "#FOLDER": no stage had begun.
     if (!head.Source.empty() && (!SameFolder(head.Source, job.Text1) || head.VolumeName != job.VolumeText)) {
         return Refuse(job, kExitUsage,
-                      "The job in " + Named(job, folder) + " was made from " + head.Source + " (" + head.VolumeName +
+                      "The job in " + ShownPath(job, folder) + " was made from " + head.Source + " (" + head.VolumeName +
                           "), not from " + job.Text1 + " (" + job.VolumeText +
                           "): resume it from that disc, or give --fresh to empty the folder and start again");
     }
@@ -119,8 +115,8 @@ std::optional<int> Resume(JobContext& job, const std::string& folder) {
     const std::vector<std::string> points = StageResumePoints(reading);
     LoadData(job, points.empty() ? std::string() : points.back());
     job.GoCaption = kBeginRecovery;
-    Note(job, points.empty() ? "No stage of the job in " + Named(job, folder) + " had ended: it starts again"
-                             : "Resuming the job in " + Named(job, folder) + " after " + points.back());
+    Note(job, points.empty() ? "No stage of the job in " + ShownPath(job, folder) + " had ended: it starts again"
+                             : "Resuming the job in " + ShownPath(job, folder) + " after " + points.back());
     return std::nullopt;
 }
 
@@ -135,7 +131,7 @@ std::optional<int> PrepareJobFolder(JobContext& job, const std::vector<std::stri
         return Refuse(job, kExitUsage, std::string("Give ") + kResumeOption + " or " + kFreshOption + ", not both");
     }
     const std::string folder = job.OutputFolder;
-    const std::string named = Named(job, folder);
+    const std::string named = ShownPath(job, folder);
     try {
         switch (WhatFolderHolds(job, folder)) {
             case Holds::Nothing:

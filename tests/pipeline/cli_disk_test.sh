@@ -48,7 +48,7 @@ cli() {  # output folder under K:, then options; the exit status lands in $statu
 # 1. A read-only output folder.
 cli ro
 [ "$status" = 1 ] || fail "read-only: exit status $status"
-grep -qF 'K:\ro' "$work/last.out" || { fail "read-only: the message names no folder"; cat "$work/last.out"; }
+grep -qF "$work/ro" "$work/last.out" || { fail "read-only: the message names no folder"; cat "$work/last.out"; }
 
 # 2. The disk fills during a stage: the run stops, naming the folder, with a
 #    journal that is the beginning of the full run's. The small disk is
@@ -60,7 +60,7 @@ mkdir -p "$work/out"
 mount -t tmpfs -o "size=$((pages * 4 * 9 / 10))k" tmpfs "$work/out" && mounts+=("$work/out")
 cli out
 [ "$status" = 1 ] || fail "full disk: exit status $status"
-grep -qF 'K:\out' "$work/last.out" || { fail "full disk: the message names no folder"; cat "$work/last.out"; }
+grep -qF "$work/out" "$work/last.out" || { fail "full disk: the message names no folder"; cat "$work/last.out"; }
 [[ $(cmp "$work/out/Kestrova_Recovery.LOG" "$work/ref/Kestrova_Recovery.LOG" 2>&1) == *EOF* ]] ||
   fail "full disk: the journal is not the beginning of the full run's"
 
