@@ -1,8 +1,9 @@
 // Writing helpers of the run log, journal and log list: see log_writers.h.
 #include "job/log_writers.h"
 
-#include "job/tool_runner.h"
+#include "job/folders.h"
 #include "job/journal.h"
+#include "job/tool_runner.h"
 #include "platform/clock.h"
 #include "platform/error.h"
 
@@ -19,7 +20,7 @@ void Write(JobContext& job, Log& log, const std::string& text, const char* proce
     try {
         log.output(text, 9);
     } catch (const Error& failure) {
-        LogWindow(job, "The log " + job.Files.Paths().ToHost(log.File()) + " cannot be written - it is turned off (" +
+        LogWindow(job, "The log " + ShownPath(job, log.File()) + " cannot be written - it is turned off (" +
                            failure.what() + ")");
         job.Trace.Report(failure.what(), 0, "RunLog", procedure);
     }
