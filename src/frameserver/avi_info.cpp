@@ -8,7 +8,8 @@ namespace kestrova {
 namespace {
 
 AviStreamInfo Info(JobContext& job, const std::string& scriptPath) {
-    return ReadAviStreamInfo(job.Files, scriptPath);
+    return ReadAviStreamInfo(job.Files, scriptPath,
+                             job.Tools == ToolProfile::Native ? PluginFiles::BuiltIn : PluginFiles::MustExist);
 }
 
 }  // namespace

@@ -61,8 +61,8 @@ struct Clip {
 
 class ScriptEvaluator {
 public:
-    ScriptEvaluator(const std::string& scriptPath, const platform::FileSystem& files)
-        : script_(scriptPath), files_(files) {}
+    ScriptEvaluator(const std::string& scriptPath, const platform::FileSystem& files, PluginFiles plugins)
+        : script_(scriptPath), files_(files), plugins_(plugins) {}
 
     void Apply(const Call& call);
     const Clip& Result() const { return clip_; }
@@ -90,7 +90,7 @@ private:
     void ScaleRate(std::uint64_t multiplier, std::uint64_t divisor);
     static std::string PathOf(const std::string& path, const std::string& relativeTo);
 
-    void Ignore(const Call& call);
+    void LoadFile(const Call& call);
     void Passthrough(const Call& call);
     void Mpeg2Source(const Call& call);
     void AssumeFps(const Call& call);
@@ -109,12 +109,13 @@ private:
 
     std::string script_;
     const platform::FileSystem& files_;
+    PluginFiles plugins_;
     Clip clip_;
 };
 
 const ScriptEvaluator::Function ScriptEvaluator::kFunctions[] = {
-    {"IMPORT", &ScriptEvaluator::Ignore},
-    {"LOADPLUGIN", &ScriptEvaluator::Ignore},
+    {"IMPORT", &ScriptEvaluator::LoadFile},
+    {"LOADPLUGIN", &ScriptEvaluator::LoadFile},
     {"MPEG2SOURCE", &ScriptEvaluator::Mpeg2Source},
     {"ASSUMEFPS", &ScriptEvaluator::AssumeFps},
     {"CHANGEFPS", &ScriptEvaluator::ChangeFps},
@@ -220,10 +221,33 @@ std::string ScriptEvaluator::PathOf(const std::string& path, const std::string& 
     return relativeTo.substr(0, relativeTo.find_last_of("\\/") + 1) + path;
 }
 
-void ScriptEvaluator::Ignore(const Call& call) {
+// The plugins and the imported script whose work the frame server does itself.
+constexpr const char* kBuiltInPlugins[] = {"decomb.dll", "kerneldeint.dll", "mpeg2dec3dg.dll", "DGDecode.dll",
+                                           "addaudio.avs"};
+
+void ScriptEvaluator::LoadFile(const Call& call) {
     Expect(call, 1, {});
     const Value* file = Positional(call, 0);
     if (file == nullptr || file->Kind != ValueKind::String) Invalid(call, "it takes the file name as a string");
+    if (plugins_ == PluginFiles::BuiltIn) {
+        for (const char* name : kBuiltInPlugins) {
+            if (platform::EqualsIgnoreCase(platform::FileNameOf(file->Text), name)) return;
+        }
+    }
+    // The filters of another plugin or script are unknown here: a present
+    // file adds nothing this evaluator would use, a missing one fails as in
+    // Avisynth.
+    bool present = false;
+    try {
+        present = files_.FileExists(PathOf(file->Text, script_));
+    } catch (const Error&) {
+        // A drive that is not mapped holds no file.
+    }
+    if (!present) {
+        throw ScriptFault{platform::EqualsIgnoreCase(call.Name, "import")
+                              ? "Import: couldn't open \"" + file->Text + "\""
+                              : "LoadPlugin: unable to load \"" + file->Text + "\""};
+    }
 }
 
 void ScriptEvaluator::Passthrough(const Call& call) {
@@ -454,7 +478,8 @@ AviStreamInfo ErrorClip(const std::string& error) {
 
 }  // namespace
 
-AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath) {
+AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath,
+                                PluginFiles plugins) {
     const std::string label = "Script \"" + scriptPath + "\"";
     std::string text;
     try {
@@ -466,7 +491,7 @@ AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::st
         return ErrorClip("Cannot read the script \"" + scriptPath + "\": " + error.what());
     }
 
-    ScriptEvaluator evaluator(scriptPath, files);
+    ScriptEvaluator evaluator(scriptPath, files, plugins);
     std::size_t start = 0;
     for (int number = 1; start < text.size(); ++number) {
         const std::size_t end = std::min(text.find('\n', start), text.size());

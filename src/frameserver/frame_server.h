@@ -24,11 +24,20 @@ struct AviStreamInfo {
     std::string Error;  // the fault, naming the script and line, when ErrorClip is true
 };
 
+// Where the plugins and imported scripts a script names come from. With
+// the native tools the frame server has the filters of the plugins the
+// job's templates load ("decomb.dll", "kerneldeint.dll",
+// "mpeg2dec3dg.dll", "DGDecode.dll") and the function of "addaudio.avs"
+// built in, so those names need no file; any other file must exist. With
+// the Windows tools every file must exist, as Avisynth loads it.
+enum class PluginFiles { BuiltIn, MustExist };
+
 // Evaluates the script at the drive path `scriptPath`. Paths inside the
 // script (the D2V project and the video files it lists) are drive paths; a
 // relative one is taken from the folder of the file that names it. Never
 // throws for a fault in the script or the files it reads: that is the
 // error clip.
-AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath);
+AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::string& scriptPath,
+                                PluginFiles plugins = PluginFiles::BuiltIn);
 
 }  // namespace kestrova

@@ -257,6 +257,28 @@ TEST_F(FrameServerTest, FailuresGiveTheErrorClipWithTheirCause) {
     ExpectErrorClip(Run("Mpeg2Source(\"Q:\\001.d2v\")"), "Q:");  // drive not mapped
 }
 
+// The templates' plugins are built in with the native tools, and must be
+// files with the Windows tools; any other plugin or import must be a file.
+TEST_F(FrameServerTest, PluginsAndImportsAreBuiltInOrFiles) {
+    WriteD2v(DGIndexProject(0, "25000 (25/1)", Repeat({"2"}, 25)));
+    const std::string script = Script(kDecombLine + std::string("Telecide()"));
+    EXPECT_EQ(Shape(script), "720x576 25/1 25");
+    const auto windows = [this](const std::string& text) {
+        folder_.Write("JOB/FRAMESERVING/001.avs", text);
+        return ReadAviStreamInfo(files_, "K:\\JOB\\FRAMESERVING\\001.avs", PluginFiles::MustExist);
+    };
+    ExpectErrorClip(windows(script), "Import: couldn't open \"C:\\Program Files\\Kestrova\\new.avs\\addaudio.avs\"");
+    ExpectErrorClip(Run(Script("LoadPlugin(\"other.dll\")")), "line 4: LoadPlugin: unable to load \"other.dll\"");
+    // Present files load in either way, a relative name from the script's folder.
+    folder_.Write("JOB/FRAMESERVING/other.dll", "");
+    folder_.Write("C/addaudio.avs", "function AddAudio(clip c) { return c }\r\n");
+    folder_.Write("C/mpeg2dec3dg.dll", "");
+    EXPECT_EQ(Shape(Script("LoadPlugin(\"other.dll\")")), "720x576 25/1 25");
+    EXPECT_EQ(Dims(windows("import(\"K:\\C\\addaudio.avs\")\r\nLoadPlugin(\"K:\\C\\mpeg2dec3dg.dll\")\r\n"
+                           "Mpeg2Source(\"001.d2v\")\r\nAddAudio()\r\n")),
+              "720x576 25/1 25");
+}
+
 TEST_F(FrameServerTest, DamagedProjectFilesNeverCrash) {
     const std::string good = Dvd2aviProject(0, "25000", Repeat({"2", "0", "2", "1"}, 20));
     WriteM2v(SequenceHeaderStream(720, 576));
