@@ -3,6 +3,7 @@
 
 #include "job/folders.h"
 #include "job/log_writers.h"
+#include "job/option_lists.h"
 #include "job/script_templates.h"
 #include "job/version.h"
 #include "platform/clock.h"
@@ -50,7 +51,12 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     job.ScenaristVersion = job.Registry.getstring(RegistryRoot::LocalMachine, "Software\\Sonic\\Scenarist\\Automate",
                                                   "Active");
     auto& options = job.Options();
-    LoadStoredSettings(job.Registry, options);
+    // Without saved settings the option windows would choose their defaults
+    // when first opened; a run without them uses those.
+    if (LoadStoredSettings(job.Registry, options)) ApplyOptionDefaults(options);
+    if (const std::string outside = WorkOutOptionValues(options); !outside.empty()) {
+        LogWindow(job, "Stored option list entries out of range were set to their defaults: " + outside);
+    }
     job.AvisynthScripts = LoadAvsScripts(job.Registry, job.ProgramFolder, kProgramVersion);
     job.ConversionTemplates = LoadConversionScripts(job.Registry, job.ProgramFolder, kProgramVersion);
 

@@ -57,6 +57,40 @@ TEST(SettingsAtStart, VanishedToolsFallBackAndUsableOnesAreTold) {
               "\"K:\\Program\\Kestrova.exe\" Folder=%1");
 }
 
+// Without saved settings the option lists stand at the entries their
+// windows choose; saved indices stand for their entries, and one outside
+// its list takes the default entry and is told.
+TEST(SettingsAtStart, OptionListsGiveTheValuesTheirIndicesStandFor) {
+    test::JobFixture first;
+    LoadSettingsAtStart(first.job);
+    const auto& o = first.job.Options();
+    EXPECT_EQ(std::vector<int>({o.CCE_Average_Bitrate, o.CCE_Passes, o.ECL_Assets, o.Intra, o.Default_Encode,
+                                o.Audio_AC3_Encode_Threshold, o.m, o.N, o.Quantizer, o.CCE_Method}),
+              std::vector<int>({2000, 3, 25, 9, 40, 40, 3, 4, 25, 2}));
+    EXPECT_EQ(o.Field + "/" + o.Scanning + "/" + o.FrameType, "Auto/Auto/Auto");
+
+    test::JobFixture saved;
+    Settings_Properties stored;
+    LoadStoredSettings(saved.registry, stored);
+    stored.Default_Save_Settings = 2;
+    stored.CCE_Average_Bitrate_Index = 176;  // the last entry
+    stored.Intra_Index = 0;
+    stored.Default_Encode_Threshold = 0;
+    stored.Field_Index = 2;
+    stored.Audio_AC3_Encode_Threshold_Index = 24;
+    stored.Scanning_Index = 7;  // no such entry
+    SetSave(saved.registry, stored);
+    LoadSettingsAtStart(saved.job);
+    const auto& s = saved.job.Options();
+    EXPECT_EQ(std::vector<int>({s.CCE_Average_Bitrate, s.Intra, s.Default_Encode, s.Audio_AC3_Encode_Threshold}),
+              std::vector<int>({9300, 8, 1, 250}));
+    EXPECT_EQ(s.Field + "/" + s.Scanning, "BFF/Auto");
+    EXPECT_EQ(s.Scanning_Index, 0);
+    bool told = false;
+    for (const auto& line : saved.view.Lines) told = told || line.find("Scanning index 7") != std::string::npos;
+    EXPECT_TRUE(told);
+}
+
 TEST(SettingsAtStart, AvisynthDecidesWhetherVideoCanBeEncoded) {
     test::JobFixture f;
     f.job.SystemFolder = "K:\\sys";
