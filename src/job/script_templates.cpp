@@ -148,6 +148,39 @@ void SaveAvsScripts(Registry& registry, const AvsScripts& scripts) {
     SaveFields(registry, kAvsKey, AvsFields(), scripts);
 }
 
+AvsScripts ResetSavedAvsScripts(const Registry& registry, const std::string& programFolder,
+                                const std::string& version) {
+    return LoadAvsScripts(registry, programFolder, version);
+}
+
+bool ResetDefaultAvsScripts(Registry& registry, platform::Questions& questions, const std::string& programFolder,
+                            const std::string& version, AvsScripts& scripts) {
+    if (!questions.AskYesNo("This will reset scripts and delete any registry scripts", "Kestrova", true)) return false;
+    registry.DeleteKey(RegistryRoot::CurrentUser, kAvsKey);
+    scripts = DefaultAvsScripts(programFolder, version);
+    return true;
+}
+
+namespace {
+
+void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+}  // namespace
+
+void CheckHybridIVTC(AvsScripts& scripts, bool checked) {
+    scripts.HybridIVTC = checked ? 1 : 0;
+    if (checked) ReplaceAll(scripts.Avisynth_Hybrid, "Decimate(mode=1,threshold=3)", "Decimate()");
+}
+
+void CheckTelecineIVTC(AvsScripts& scripts, bool checked) {
+    scripts.TelecineIVTC = checked ? 1 : 0;
+    if (checked) ReplaceAll(scripts.Avisynth_Telecine, "Decimate(cycle=5)", "Decimate()");
+}
+
 void SaveConversionScripts(Registry& registry, const ConversionScripts& scripts) {
     Registry::DeferSave once(registry);
     SaveFields(registry, kConversionKey, ConversionFields(), scripts);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/questions.h"
 #include "platform/registry.h"
 
 namespace kestrova {
@@ -51,6 +52,21 @@ ConversionScripts LoadConversionScripts(const platform::Registry& registry, cons
                                         const std::string& version);
 
 void SaveAvsScripts(platform::Registry& registry, const AvsScripts& scripts);
+
+// The script window's two resets. "Reset_Saved" takes the scripts back to
+// what is stored. "Reset_Default", once the user agrees, deletes the stored
+// scripts and gives the defaults; false, with `scripts` unchanged, when the
+// user declines.
+AvsScripts ResetSavedAvsScripts(const platform::Registry& registry, const std::string& programFolder,
+                                const std::string& version);
+bool ResetDefaultAvsScripts(platform::Registry& registry, platform::Questions& questions,
+                            const std::string& programFolder, const std::string& version, AvsScripts& scripts);
+
+// The IVTC check boxes. Checking HybridIVTC turns the hybrid script's
+// "Decimate(mode=1,threshold=3)" into "Decimate()", checking TelecineIVTC
+// the telecine script's "Decimate(cycle=5)"; unchecking only clears the flag.
+void CheckHybridIVTC(AvsScripts& scripts, bool checked);
+void CheckTelecineIVTC(AvsScripts& scripts, bool checked);
 void SaveConversionScripts(platform::Registry& registry, const ConversionScripts& scripts);
 
 }  // namespace kestrova

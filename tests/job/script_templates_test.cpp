@@ -55,5 +55,36 @@ TEST(ScriptTemplates, SavedScriptsComeBackWithTheirLineBreaks) {
     EXPECT_EQ(LoadAvsScripts(reread, "D:\\Other", "2.0").Avisynth_Header.find("D:\\Other"), 8u);
 }
 
+// The script window: the IVTC boxes edit the decimation lines; "Reset_Saved"
+// brings back what is stored, "Reset_Default" (once agreed) the defaults
+// with the stored key gone.
+TEST(ScriptTemplates, IvtcBoxesAndTheTwoResets) {
+    test::TempFolder temp;
+    platform::Registry registry(temp.Host("hive.reg"));
+    AvsScripts avs = DefaultAvsScripts("C:\\K", "1.0");
+    CheckHybridIVTC(avs, true);
+    CheckTelecineIVTC(avs, true);
+    EXPECT_EQ(avs.Avisynth_Hybrid, "LoadPlugin(\"C:\\K\\new.avs\\decomb.dll\")\r\nTelecide()\r\nDecimate()");
+    EXPECT_EQ(avs.Avisynth_Telecine.substr(avs.Avisynth_Telecine.rfind("\r\n") + 2), "Decimate()");
+    CheckHybridIVTC(avs, false);
+    EXPECT_EQ(avs.HybridIVTC, 0);
+    EXPECT_EQ(avs.TelecineIVTC, 1);
+    SaveAvsScripts(registry, avs);
+
+    AvsScripts edited = avs;
+    edited.Avisynth_Normal = "Crop(8,0,-8,0)";
+    EXPECT_EQ(ResetSavedAvsScripts(registry, "C:\\K", "1.0").Avisynth_Normal, "");
+
+    platform::ScriptedQuestions questions;
+    questions.AnswerNo();
+    EXPECT_FALSE(ResetDefaultAvsScripts(registry, questions, "C:\\K", "1.0", edited));
+    EXPECT_EQ(edited.Avisynth_Normal, "Crop(8,0,-8,0)");
+    questions.AnswerYes();
+    EXPECT_TRUE(ResetDefaultAvsScripts(registry, questions, "C:\\K", "1.0", edited));
+    EXPECT_EQ(questions.History().back().Text, "This will reset scripts and delete any registry scripts");
+    EXPECT_EQ(edited.Avisynth_Hybrid, DefaultAvsScripts("C:\\K", "1.0").Avisynth_Hybrid);
+    EXPECT_EQ(registry.getstring(platform::RegistryRoot::CurrentUser, kAvsKey, "Version"), "");
+}
+
 }  // namespace
 }  // namespace kestrova
