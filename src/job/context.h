@@ -81,6 +81,13 @@ struct JobContext {
     std::vector<std::string> SelectedMenus;  // from index 1; index 0 unused
     std::string CommandLine;
     std::string SourceDrive;
+    // What the frame serving found of the asset in hand: its video type
+    // ("pal_progressive", "ntsc_film", ...), its field order ("TFF" or
+    // "BFF"), and the disc's frame rate (25 or 30) that repairs a project
+    // file without one.
+    std::string VideoType;
+    std::string FieldType;
+    std::int16_t DvdFrameRate = 0;
     // VideoStandard ("PAL" or "NTSC"), FramesPerSecond, and the conversion
     // switch, which a run copies from Settings when it starts.
     TimeBase Timing;

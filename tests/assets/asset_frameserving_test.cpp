@@ -2,6 +2,9 @@
 // indexing of a cell, and the sequence header read straight from an M2V.
 #include "assets/frameserving.h"
 
+#include "assets/d2v_analysis.h"
+#include "frameserver/d2v_file.h"
+
 #include <gtest/gtest.h>
 
 #include "asset_stage_fixture.h"
@@ -72,6 +75,53 @@ TEST_F(Frameserving, ForcedIndexingOfACellCountsItsFrames) {
     EXPECT_EQ(ForceD2V(job, "K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\\003_001.M2V", 3, 1), 1);
     EXPECT_EQ(Commands().size(), 4u);
     EXPECT_NE(Commands()[2].find("DGIndex.exe"), std::string::npos);
+}
+
+// A DGIndex project (lines counted from 0: Field_Operation on 12,
+// Frame_Rate on 13) with one data line of picture flags.
+std::string Project(const std::string& rate, const std::string& flags) {
+    return "DGIndexProjectFile16\r\n1\r\nK:\\Job\\D_VTS_01_0\\DEMUXED\\001.M2V\r\n\r\nStream_Type=0\r\n"
+           "MPEG_Type=2\r\niDCT_Algorithm=6\r\nYUVRGB_Scale=1\r\nLuminance_Filter=0,0\r\nClipping=0,0,0,0\r\n"
+           "Aspect_Ratio=4:3\r\nPicture_Size=720x576\r\nField_Operation=0\r\nFrame_Rate=" + rate +
+           "\r\nLocation=0,0,0,1f\r\n\r\n900 5 0 2048 1 1 " + flags + " ff\r\n\r\nFINISHED  100.00% VIDEO\r\n";
+}
+
+std::string Flags(std::initializer_list<std::pair<const char*, int>> runs) {
+    std::string text;
+    for (const auto& [flag, count] : runs) {
+        for (int i = 0; i < count; ++i) text += (text.empty() ? "" : " ") + std::string(flag);
+    }
+    return text;
+}
+
+TEST_F(Frameserving, ProjectFlagsAndTheFilmShareGiveTheVideoType) {
+    const std::string d2v = "K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001.d2v";
+    const auto type = [&](const std::string& project, const std::string& log = "D2V=12\r\nPER=0\r\n") {
+        Put("Job/D_VTS_01_0/FRAMESERVING/001.d2v", project);
+        Put("Job/D_VTS_01_0/FRAMESERVING/001.log", log);
+        return AnalyzeD2V(job, d2v, kLog);
+    };
+    // All pictures interlaced reach the threshold (0.99 from 90 pictures) only because the share is capped there.
+    EXPECT_EQ(type(Project("25000 (25/1)", Flags({{"2", 100}}))), "pal_interlaced");
+    EXPECT_EQ(type(Project("25000 (25/1)", Flags({{"2", 98}, {"0", 2}}))), "pal_progressive");
+    EXPECT_EQ(type(Project("29970 (30000/1001)", Flags({{"2", 50}}))), "ntsc_interlaced");
+    EXPECT_EQ(type(Project("29970", Flags({{"0", 40}, {"2", 30}}))), "ntsc_hybrid");
+    EXPECT_EQ(type(Project("29970", Flags({{"0", 4}, {"1", 2}, {"3", 5}, {"2", 1}}))), "ntsc_telecine");
+    EXPECT_EQ(type(Project("29970", Flags({{"0", 20}, {"1", 20}, {"2", 20}, {"3", 20}}))), "ntsc_film");
+
+    // A rate of 0 takes the disc's, and a PAL disc's project is then typed as NTSC.
+    job.DvdFrameRate = 25;
+    EXPECT_EQ(type(Project("0", Flags({{"2", 100}}))), "ntsc_interlaced");
+    EXPECT_EQ(files.ReadLines(d2v)[13], "Frame_Rate=25000");
+
+    // Film by the log's share: forced film, which the frame server then serves at 23.976.
+    EXPECT_EQ(type(Project("29970", Flags({{"2", 60}})), "D2V=60\r\nPER=95\r\n"), "ntsc_film");
+    const auto lines = files.ReadLines(d2v);
+    EXPECT_EQ(lines[12] + " " + lines[13], "Field_Operation=1 Frame_Rate=23976");
+    EXPECT_EQ(ReadD2vProject(files, d2v).Rate, (FrameRate{24000, 1001}));
+
+    // A project that cannot be parsed is named in the run log and has no pictures.
+    EXPECT_EQ(type("DGIndexProjectFile16\r\n1\r\n"), "ntsc_hybrid");
 }
 
 }  // namespace
