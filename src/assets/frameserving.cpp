@@ -102,6 +102,19 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
     return frames;
 }
 
+void CheckAVS(JobContext& job) {
+    const auto& avs = job.AvisynthScripts;
+    WLF(job, "scanning avisynth scripts");
+    WLOG(job, "Header=" + avs.Avisynth_Header);
+    WLOG(job, "Footer_I = " + avs.Avisynth_Footer_Interlaced);
+    WLOG(job, "Footer_P = " + avs.Avisynth_Footer_Progressive);
+    WLOG(job, "Interlaced = " + avs.Avisynth_Interlaced);
+    WLOG(job, "Normal = " + avs.Avisynth_Normal);
+    WLOG(job, "Telecine = " + avs.Avisynth_Telecine);
+    WLOG(job, "Hybrid = " + avs.Avisynth_Hybrid);
+    WLOG(job, "MpegSwitch = " + avs.Avisynth_MpegSwitch);
+}
+
 void EnableScenes(JobContext& job) {
     platform::TraceFrame frame(job.Trace, "Frameserving", "EnableScenes");
     NotYetAvailable(job, "EnableScenes");

@@ -46,6 +46,10 @@ std::int32_t ParseLog(JobContext& job, const std::string& LogPath, const std::st
 // log, 1 when it has one frame or none.
 std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t VobId, std::int16_t CellId);
 
+// The script fragments in force, under the run log's heading "scanning
+// avisynth scripts".
+void CheckAVS(JobContext& job);
+
 // Works out the scene times of every cell.
 void EnableScenes(JobContext& job);
 

@@ -1,6 +1,7 @@
 // The head of the run log: the options in force and the script fragments.
 #include "pipeline/settings_echo.h"
 
+#include "assets/frameserving.h"
 #include "job/log_writers.h"
 #include "pipeline/pipeline.h"
 
@@ -31,15 +32,7 @@ void SettingsEcho(JobContext& job) {
     // The registry keys removed are SoftEncode's, so the line applies with it.
     if (o.Audio_SoftEncode == 1) WLOG(job, "Remove Registry Keys = " + std::to_string(o.Audio_DeleteRegistryKey));
 
-    WLF(job, "scanning avisynth scripts");
-    WLOG(job, "Header=" + avs.Avisynth_Header);
-    WLOG(job, "Footer_I = " + avs.Avisynth_Footer_Interlaced);
-    WLOG(job, "Footer_P = " + avs.Avisynth_Footer_Progressive);
-    WLOG(job, "Interlaced = " + avs.Avisynth_Interlaced);
-    WLOG(job, "Normal = " + avs.Avisynth_Normal);
-    WLOG(job, "Telecine = " + avs.Avisynth_Telecine);
-    WLOG(job, "Hybrid = " + avs.Avisynth_Hybrid);
-    WLOG(job, "MpegSwitch = " + avs.Avisynth_MpegSwitch);
+    CheckAVS(job);
 
     if (job.GoCaption == kBeginRecovery) WLOG(job, "Running from RECOVERY Console");
     if (o.UseCCE == 1) WLOG(job, "Encoder=CCE");
