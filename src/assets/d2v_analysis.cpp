@@ -24,6 +24,12 @@ double InterlaceThreshold(std::int64_t pictures) {
     return kThresholds[std::min<std::int64_t>(pictures / 10, 9)];
 }
 
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const auto& line : lines) text += line + "\r\n";
+    return text;
+}
+
 double Ratio(std::int64_t part, std::int64_t whole) {
     return part > 0 && whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0.0;
 }
@@ -64,10 +70,8 @@ std::string AnalyzeD2V(JobContext& job, const std::string& D2vPath, const std::s
 
     std::array<std::int64_t, 4> c{};
     if (!lines.empty()) {
-        std::string text;
-        for (const auto& line : lines) text += line + "\r\n";
         try {
-            c = ParseD2vProject(text, D2vPath).FlagCounts;
+            c = ParseD2vProject(Joined(lines), D2vPath).FlagCounts;
         } catch (const Error& failure) {
             WLOG(job, failure.what());
         }
@@ -107,11 +111,7 @@ std::string AnalyzeD2V(JobContext& job, const std::string& D2vPath, const std::s
             Rewrite(job, lines, 10, "Field_Operation=1 (0:None 1:ForcedFILM 2:SwapOrder 3:RawFrames)", D2vPath);
         }
     }
-    if (!lines.empty()) {
-        std::string text;
-        for (const auto& line : lines) text += line + "\r\n";
-        job.Files.WriteText(D2vPath, text);
-    }
+    if (!lines.empty()) job.Files.WriteText(D2vPath, Joined(lines));
     return type;
 }
 

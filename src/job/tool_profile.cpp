@@ -87,7 +87,7 @@ void ApplyToolSetup(platform::Launcher& launcher, const ToolSetup& setup, const 
 }
 
 std::string ToolSetupProblem(const platform::Launcher& launcher, const ToolSetup& setup) {
-    if (setup.Profile != ToolProfile::Windows || !launcher.WineProgram().empty()) return {};
+    if (setup.Profile != ToolProfile::Windows || !launcher.FindWine().empty()) return {};
     return "KESTROVA_TOOLS=windows runs the Windows tools through Wine, and no wine is on PATH: install it "
            "(apt-get install wine), set KESTROVA_WINE to the wine program, or use the native tools";
 }

@@ -4,7 +4,6 @@
 #include "platform/files.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 #include <system_error>
 
 #include "platform/error.h"
+#include "platform/terminal.h"
 #include "platform/text.h"
 
 namespace kestrova::platform {
@@ -119,12 +119,6 @@ bool MatchPlain(const std::string& name, const std::string& pattern) {
 bool IsMountedFolder(const std::string& host) {
     std::error_code ec;
     return fs::is_directory(host, ec);
-}
-
-std::string HomeFolder() {
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') return home;
-    if (const passwd* user = ::getpwuid(::getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
-    return "/";
 }
 
 std::string HomeSubfolder(const std::string& name) {

@@ -70,7 +70,7 @@ public:
     LaunchPlan Plan(const std::string& commandLine) const;
 
     // The Wine loader Windows programs would run through; "" when none is found.
-    std::string WineProgram() const { return FindWine(); }
+    std::string FindWine() const;
 
     // The override for a tool file name ("PgcDemux" finds "PgcDemux.exe");
     // nullptr when the tool has none.
@@ -78,7 +78,6 @@ public:
 
 private:
     std::string FindInSearchPath(const std::string& name) const;
-    std::string FindWine() const;
 
     const PathSpace& paths_;
     std::map<std::string, ToolOverride> overrides_;  // keyed by upper-case file name

@@ -2,7 +2,6 @@
 #include "platform/registry.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +16,7 @@
 
 #include "platform/error.h"
 #include "platform/registry_text.h"
+#include "platform/terminal.h"
 
 namespace kestrova::platform {
 
@@ -127,14 +127,6 @@ void SyncFolder(const std::string& folder) {
     ::close(fd);
 }
 
-std::string HomeFolder() {
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0') return home;
-    if (const passwd* entry = ::getpwuid(::getuid()); entry != nullptr && entry->pw_dir != nullptr)
-        return entry->pw_dir;
-    throw Error("The registry hive has no place: neither KESTROVA_REGISTRY, XDG_CONFIG_HOME nor HOME is set");
-}
-
 }  // namespace
 
 Registry::Registry(std::string hiveFile)
@@ -150,7 +142,8 @@ std::string Registry::DefaultHivePath() {
     if (const char* path = std::getenv("KESTROVA_REGISTRY"); path != nullptr && *path != '\0') return path;
     if (const char* config = std::getenv("XDG_CONFIG_HOME"); config != nullptr && *config != '\0')
         return std::string(config) + "/kestrova/registry.reg";
-    return HomeFolder() + "/.config/kestrova/registry.reg";
+    const std::string home = HomeFolder();
+    return (home == "/" ? "" : home) + "/.config/kestrova/registry.reg";
 }
 
 std::string Registry::Load() {

@@ -23,14 +23,17 @@ std::string EnvironmentValue(const std::string& name) {
     return value == nullptr ? std::string() : std::string(value);
 }
 
+std::string HomeFolder() {
+    const std::string home = EnvironmentValue("HOME");
+    if (!home.empty() && home.front() == '/') return home;
+    if (const passwd* user = ::getpwuid(::getuid()); user != nullptr && user->pw_dir != nullptr) return user->pw_dir;
+    return "/";
+}
+
 std::string UserStateFolder() {
     const std::string state = EnvironmentValue("XDG_STATE_HOME");
     if (!state.empty() && state.front() == '/') return state + "/kestrova";
-    std::string home = EnvironmentValue("HOME");
-    if (home.empty() || home.front() != '/') {
-        const passwd* user = ::getpwuid(::getuid());
-        home = user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/tmp";
-    }
+    const std::string home = HomeFolder();
     return (home == "/" ? "" : home) + "/.local/state/kestrova";
 }
 

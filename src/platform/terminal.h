@@ -12,6 +12,9 @@ bool StandardErrorIsTerminal();
 std::string ProgramHostFolder();
 // An environment value, or "" when unset.
 std::string EnvironmentValue(const std::string& name);
+// The user's home folder: $HOME when it is an absolute path, else the
+// account's, else "/".
+std::string HomeFolder();
 // The folder for the user's logs of this program: $XDG_STATE_HOME/kestrova,
 // else ~/.local/state/kestrova. It is not made here.
 std::string UserStateFolder();
