@@ -54,7 +54,8 @@ std::string AnalyzeD2V(JobContext& job, const std::string& D2vPath, const std::s
     } catch (const Error& failure) {
         WLOG(job, failure.what());
     }
-    const bool dgIndex = !lines.empty() && platform::StartsWithIgnoreCase(lines.front(), "DGIndexProjectFile");
+    // DVD2AVI's projects have their own signature; any other is DGIndex's.
+    const bool dgIndex = !lines.empty() && lines.front() != "DVD2AVIProjectFile03";
 
     // The frame rate as the number in front of its value: "25000 (25/1)" is
     // 25000. A project without one is given the disc's.

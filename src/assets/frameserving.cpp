@@ -4,6 +4,7 @@
 
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
+#include "assets/d2v_analysis.h"
 #include "job/log_writers.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
@@ -94,11 +95,16 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
     } else {
         RunDGDecode(job, M2vPath, name);
     }
-    const std::int32_t frames = ParseLog(job, frameserving + "\\" + name + ".log", "D2VFRAMES");
+    const std::string base = frameserving + "\\" + name;
+    const std::int32_t frames = ParseLog(job, base + ".log", "D2VFRAMES");
     if (frames <= 1) return 1;
-    // The script of the cell (classification, Avisynth script, the frame
-    // server's own count) comes with the per-asset frame serving.
-    NotYetAvailable(job, "ForceD2V's script of " + name + " (AnalyzeD2V, OpenAviFile, WriteAVS)");
+    // The script is opened before it is written: a script left by an
+    // earlier run that the frame server refuses is written in its safe
+    // form. The length is the indexer's, since on a first run there is no
+    // script yet to count.
+    const std::string type = AnalyzeD2V(job, base + ".d2v", base + ".log");
+    const bool errorMode = OpenAviFile(job, base + ".avs") == kScriptFailed;
+    WriteAVS(job, base + ".avs", type, name, errorMode, false, false);
     return frames;
 }
 
@@ -118,12 +124,6 @@ void CheckAVS(JobContext& job) {
 void EnableScenes(JobContext& job) {
     platform::TraceFrame frame(job.Trace, "Frameserving", "EnableScenes");
     NotYetAvailable(job, "EnableScenes");
-}
-
-void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages) {
-    platform::TraceFrame frame(job.Trace, "Frameserving", "NewDVD2AVIProc");
-    static_cast<void>(stages);
-    NotYetAvailable(job, "NewDVD2AVIProc");
 }
 
 }  // namespace kestrova

@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include "frameserver/avi_info.h"
 #include "job/context.h"
 
 namespace kestrova {
@@ -49,6 +50,36 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
 // The script fragments in force, under the run log's heading "scanning
 // avisynth scripts".
 void CheckAVS(JobContext& job);
+
+// The line an Avisynth script ends with once it is complete; the encode
+// checks and the retries look for it as the last line.
+inline constexpr const char* kAvsCompleted = "#Completed - DO NOT ALTER THIS LINE!!!!!!";
+
+// Writes the asset's Avisynth script anew: the header, the source line on
+// FRAMESERVING\<Name>.d2v and the filter lines of the video type, the
+// conversion's own with `Conversion`, the frame server's safe forms with
+// `ErrorMode`. With CCE Basic and an IVTC box checked it first changes the
+// Decimate lines of the templates themselves.
+void WriteAVS(JobContext& job, const std::string& AvsPath, const std::string& VideoType, const std::string& Name,
+              bool ErrorMode, bool Conversion, bool Still);
+
+// Finishes a script: without a conversion the footer (progressive or
+// interlaced) and the completed mark are appended; with one the lines are
+// edited in place for the encoder's colour space and the field order.
+void CorrectAVS(JobContext& job, const std::string& AvsPath, std::int16_t Progressive, const std::string& Field);
+
+// Sets the field order and the encoder's interlace switch of the asset (the
+// VOB id, or its cell when CellId is above 0) and the scan settings the list
+// writer reads next, from the settings and the VOB id's log.
+void SetStreamFlags(JobContext& job, std::int16_t VobId, std::int16_t CellId);
+
+// Classifies one asset from the project file `D2vPath` (a still is not
+// analysed), sets its flags, writes its scripts under its name (VobName, or
+// VobName_CCC for a cell) and asks the frame server for its length and rate,
+// again with the safe scripts when the first ones fail. A still gives one
+// frame and rate 0.
+AviFrames ProcessVideo(JobContext& job, const std::string& D2vPath, const std::string& VobName, std::int16_t CellId,
+                       bool Still);
 
 // Works out the scene times of every cell.
 void EnableScenes(JobContext& job);

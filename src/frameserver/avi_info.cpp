@@ -24,6 +24,7 @@ AviFrames GetFrames(JobContext& job, const std::string& scriptPath, bool forceFi
     const auto info = Info(job, scriptPath);
     AviFrames frames;
     frames.Frames = info.Length;
+    if (info.ErrorClip) frames.Error = info.Error;
     if (forceFilm) {
         frames.Rate = 23.976;
         return frames;

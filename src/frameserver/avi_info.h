@@ -20,6 +20,8 @@ std::int32_t OpenAviFile(JobContext& job, const std::string& scriptPath);
 struct AviFrames {
     std::int32_t Frames = 0;
     double Rate = 0;  // 23.976, 29.97, 25, or the stream's own rate
+    // The frame server's message when it gave its error clip instead.
+    std::string Error;
 };
 
 // The script's length and rate; with `forceFilm` the rate is 23.976.

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/text.h"
+
 namespace kestrova {
 
 using platform::Registry;
@@ -161,24 +163,14 @@ bool ResetDefaultAvsScripts(Registry& registry, platform::Questions& questions, 
     return true;
 }
 
-namespace {
-
-void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
-    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-        text.replace(at, from.size(), to);
-    }
-}
-
-}  // namespace
-
 void CheckHybridIVTC(AvsScripts& scripts, bool checked) {
     scripts.HybridIVTC = checked ? 1 : 0;
-    if (checked) ReplaceAll(scripts.Avisynth_Hybrid, "Decimate(mode=1,threshold=3)", "Decimate()");
+    if (checked) platform::ReplaceAll(scripts.Avisynth_Hybrid, "Decimate(mode=1,threshold=3)", "Decimate()");
 }
 
 void CheckTelecineIVTC(AvsScripts& scripts, bool checked) {
     scripts.TelecineIVTC = checked ? 1 : 0;
-    if (checked) ReplaceAll(scripts.Avisynth_Telecine, "Decimate(cycle=5)", "Decimate()");
+    if (checked) platform::ReplaceAll(scripts.Avisynth_Telecine, "Decimate(cycle=5)", "Decimate()");
 }
 
 void SaveConversionScripts(Registry& registry, const ConversionScripts& scripts) {

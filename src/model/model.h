@@ -238,6 +238,11 @@ struct CELL_ID_Properties {
     std::string CCE_ECL, CCE_AVS;
     std::int16_t Rejig_Encoded = 0;
     std::string Rejig_File_Path, QuencAVS;
+    // What the frame serving found of the cell as an asset of its own.
+    std::int16_t Field_Order = 0;  // 0 top field first, 1 bottom field first
+    std::string QuencProg;
+    std::int16_t PalOrFilm = 0;
+    std::int64_t cFileSize = 0;
     std::int16_t HighLight_Present = 0;
     std::int32_t PlayBackTime = 0, StartSector = 0, EndSector = 0;
     std::int32_t ChapterPoint = 0;

@@ -17,6 +17,10 @@ bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix);
 bool EndsWithIgnoreCase(std::string_view text, std::string_view tail);
 bool ContainsIgnoreCase(std::string_view text, std::string_view part);
 
+// Every `from` in the text replaced by `to`, matching case, left to right
+// and never inside a replacement.
+void ReplaceAll(std::string& text, std::string_view from, std::string_view to);
+
 // A space or a tab.
 bool IsBlank(char c);
 // Without the blanks, CRs and LFs at its ends (Trim) or its start (TrimLeft).

@@ -91,6 +91,10 @@ public:
         return Make("i25.m2v", "size=720x576:rate=25 -frames:v 37 -c:v mpeg2video -g 12 -bf 2 -flags +ilme+ildct "
                                "-top 1 -f mpeg2video");
     }
+    std::string InterlacedTff30() {
+        return Make("i30.m2v", "size=720x480:rate=30000/1001 -frames:v 37 -c:v mpeg2video -g 15 -bf 2 "
+                               "-flags +ilme+ildct -top 1 -f mpeg2video");
+    }
     // One NTSC frame: a still menu.
     std::string Still() {
         return Make("still.m2v", "size=720x480:rate=30000/1001 -frames:v 1 -c:v mpeg2video -f mpeg2video");

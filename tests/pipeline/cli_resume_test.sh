@@ -94,7 +94,7 @@ resumed indexing
 #    first menu has ended. The resumption is killed too, as it starts its
 #    first tool, when its new journal has not yet passed the first menu's
 #    marks again; the next one still goes on from the first run's point.
-KILL_PARTIAL=1 killed_at second-demux 7
+KILL_PARTIAL=1 killed_at second-demux 8
 cli 1 --resume
 [ "$status" = 137 ] || fail "second-demux: the resumption was not killed (exit status $status)"
 cli "" --resume
