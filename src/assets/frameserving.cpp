@@ -115,11 +115,6 @@ void CheckAVS(JobContext& job) {
     WLOG(job, "MpegSwitch = " + avs.Avisynth_MpegSwitch);
 }
 
-void EnableScenes(JobContext& job) {
-    platform::TraceFrame frame(job.Trace, "Frameserving", "EnableScenes");
-    NotYetAvailable(job, "EnableScenes");
-}
-
 void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages) {
     platform::TraceFrame frame(job.Trace, "Frameserving", "NewDVD2AVIProc");
     static_cast<void>(stages);

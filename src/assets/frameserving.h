@@ -50,7 +50,9 @@ std::int32_t ForceD2V(JobContext& job, const std::string& M2vPath, std::int16_t 
 // avisynth scripts".
 void CheckAVS(JobContext& job);
 
-// Works out the scene times of every cell.
+// Works out where each cell of the domain in hand starts and ends, in the
+// frames of its VOB id and as timecodes, from its playback time
+// (scene_times.cpp).
 void EnableScenes(JobContext& job);
 
 // The audio and video stages the frame serving of the assets calls. They
