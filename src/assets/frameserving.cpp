@@ -121,9 +121,4 @@ void CheckAVS(JobContext& job) {
     WLOG(job, "MpegSwitch = " + avs.Avisynth_MpegSwitch);
 }
 
-void EnableScenes(JobContext& job) {
-    platform::TraceFrame frame(job.Trace, "Frameserving", "EnableScenes");
-    NotYetAvailable(job, "EnableScenes");
-}
-
 }  // namespace kestrova

@@ -81,7 +81,8 @@ void SetStreamFlags(JobContext& job, std::int16_t VobId, std::int16_t CellId);
 AviFrames ProcessVideo(JobContext& job, const std::string& D2vPath, const std::string& VobName, std::int16_t CellId,
                        bool Still);
 
-// Works out the scene times of every cell.
+// Works out where each cell of the domain in hand starts and ends, in the
+// frames of its VOB id and as timecodes, from its playback time.
 void EnableScenes(JobContext& job);
 
 // The audio and video stages the frame serving of the assets calls. They
