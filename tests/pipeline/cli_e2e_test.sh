@@ -53,6 +53,15 @@ check_run() {  # name, exit status, console output, output folder
   [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
   no_success "$name" "$out/Kestrova.LOG"
+  # The frame serving ran: each asset's script beside its project and log.
+  grep -E '(EnableScenes|NewDVD2AVIProc|ForceD2V)[^ ]* is not yet available' "$out/Kestrova.LOG" &&
+    fail "$name: a frame-serving stage passed over"
+  local avs scripts=0
+  for avs in "$out"/D_*/FRAMESERVING/*.avs; do
+    [ -s "${avs%.avs}.d2v" ] && [ -s "${avs%.avs}.log" ] || fail "$name: $avs without its project or log"
+    scripts=$((scripts + 1))
+  done
+  [ "$scripts" -ge 4 ] || fail "$name: $scripts scripts in FRAMESERVING"
   local line
   for line in 'demultiplexing: done' 'VOB typing: done' 'encoding: passed over, not yet available in this version (' \
       'authoring: passed over, not yet available in this version (CreateSCP)' \

@@ -1,12 +1,15 @@
-// The scene times over a real disc: after the run has read the IFOs and typed
-// the VOBs, each motion cell starts and ends where the playback times
-// libdvdread reads put it.
+// The frame serving over real discs: after the run has read the IFOs and
+// typed the VOBs, each motion cell starts and ends where the playback times
+// libdvdread reads put it, and every asset's script serves the frames
+// ffprobe counts in its video.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <map>
 #include <sstream>
 
+#include "assets/mpeg_test_streams.h"
+#include "frameserver/avi_info.h"
 #include "pipeline/pipeline.h"
 #include "pipeline_fixture.h"
 
@@ -96,6 +99,33 @@ TEST(DiscScenes, MotionCellsStartAndEndWhereTheirPlaybackTimesPutThem) {
     EXPECT_EQ(scenes.size(), 2u);
     EXPECT_EQ(motionCells, 10);
     EXPECT_EQ(otherVobs, 1);
+}
+
+TEST(DiscScenes, EveryAssetsScriptServesTheFramesOfItsVideo) {
+    KESTROVA_REQUIRE_FFMPEG();
+    for (const char* disc : {"pal-vmg-buttons", "ntsc-vts-menus-2lang", "pal-menu-cells-jumppad",
+                             "pal-menu-dummy-cells"}) {
+        SCOPED_TRACE(disc);
+        test::PipelineFixture f(disc);
+        f.job.Tools = ToolProfile::Native;
+        BeginRoutines(f.job);
+        ASSERT_TRUE(f.job.Stages.Ended()) << f.job.Stages.FailureReason();
+        int scripts = 0;
+        for (const auto& domain : f.files.List("K:\\OUT", "D_*", platform::ListKind::Folders)) {
+            const std::string work = "K:\\OUT\\" + domain;
+            for (const auto& avs : f.files.List(work + "\\FRAMESERVING", "*.avs", platform::ListKind::Files)) {
+                const std::string name = avs.substr(0, avs.size() - 4);
+                const std::string base = work + "\\FRAMESERVING\\" + name;
+                EXPECT_TRUE(f.files.FileExists(base + ".d2v") && f.files.FileExists(base + ".log")) << base;
+                const std::string m2v =
+                    work + (name.size() > 3 ? "\\DEMUXED_CELLID\\" : "\\DEMUXED\\") + name + ".M2V";
+                const auto probed = test::ProbeFrames(f.files.ToHost(m2v)).size();
+                EXPECT_EQ(GetFrames(f.job, base + ".avs", false).Frames, static_cast<std::int32_t>(probed)) << base;
+                ++scripts;
+            }
+        }
+        EXPECT_GT(scripts, 2);
+    }
 }
 
 }  // namespace
