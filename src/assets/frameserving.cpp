@@ -8,6 +8,7 @@
 #include "job/log_writers.h"
 #include "platform/error.h"
 #include "platform/path_space.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -45,13 +46,23 @@ FrameServerLog ReadFrameServerLog(JobContext& job, const std::string& LogPath) {
         return log;
     }
     log.Found = true;
+    bool frames = false;
+    std::size_t number = 0;
     for (const auto& line : job.Files.ReadLines(LogPath)) {
+        ++number;
         const auto equals = line.find('=');
         if (line.size() < 3 || equals == std::string::npos) continue;
         const std::string key = platform::ToUpperAscii(line.substr(0, 3));
-        const double value = platform::LeadingNumber(line.substr(equals + 1));
+        const std::string text = platform::Trim(line.substr(equals + 1));
+        const double value = platform::LeadingNumber(text);
         const auto whole = static_cast<std::int32_t>(value);
+        const bool known = key == "D2V" || key == "PRO" || key == "TFF" || key == "ZIG" || key == "PER";
+        if (known && (text.empty() || text.find_first_of("0123456789") != (text[0] == '-' ? 1u : 0u))) {
+            WLOG(job, "\tThe log " + LogPath + ", line " + std::to_string(number) + " (\"" + line.substr(0, 60) +
+                          "\") has no number; 0 is used");
+        }
         if (key == "D2V") {
+            frames = true;
             log.Frames = whole == 0 ? 1 : whole;
         } else if (key == "PRO") {
             log.Progressive = whole;
@@ -62,6 +73,10 @@ FrameServerLog ReadFrameServerLog(JobContext& job, const std::string& LogPath) {
         } else if (key == "PER") {
             log.FilmPercent = value;
         }
+    }
+    if (!frames) {
+        WLOG(job, "\tThe log " + LogPath + " has no D2V line; 1 frame is used");
+        log.Frames = 1;
     }
     return log;
 }

@@ -97,6 +97,32 @@ TEST_F(FrameservingScripts, AScriptTheFrameServerRefusesIsWrittenAgainInItsSafeF
     EXPECT_EQ(script.back(), kAvsCompleted);
 }
 
+// A project cut short and a log with a word for a number: each is named with
+// its line, the defaults and the safe script follow, and nothing is written
+// outside FRAMESERVING.
+TEST_F(FrameservingScripts, ABrokenProjectAndLogAreNamedAndServedByTheirFallbacks) {
+    KESTROVA_REQUIRE_FFMPEG();
+    AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+    auto& vob = IndexedVob(test::MpegTestStreams::Get().Progressive25(), "PAL");
+    const std::string project = temp.Read("Job/D_VTS_01_0/FRAMESERVING/001.d2v");
+    Put("Job/D_VTS_01_0/FRAMESERVING/001.d2v", project.substr(0, project.find("Field_Operation")));
+    Put("Job/D_VTS_01_0/FRAMESERVING/001.log", "D2V=37\r\nPRO=all\r\n");
+    NewDVD2AVIProc(job, {});
+
+    const auto lines = LogLines();
+    const auto has = [&lines](const std::string& part) {
+        return std::any_of(lines.begin(), lines.end(),
+                           [&part](const std::string& line) { return line.find(part) != std::string::npos; });
+    };
+    EXPECT_TRUE(has("001.d2v\" ends after ")) << "the project, where it ends";
+    EXPECT_TRUE(has("001.log, line 2 (\"PRO=all\") has no number"));
+    EXPECT_TRUE(Logged("\t*****ERROR IN AVS FILE RETURN*****"));
+    EXPECT_TRUE(has("001.avs\", line 3: ")) << "the frame server's reason, at the source line";
+    EXPECT_EQ(vob.Frames, 240) << "the error clip's length, as the frame server gives it";
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\NEW_M2V"), std::vector<std::string>{});
+    EXPECT_EQ(Names("K:\\Job\\D_VTS_01_0\\DEMUXED"), std::vector<std::string>{"001.M2V"});
+}
+
 // Every type's script, normal and safe, as WriteAVS and CorrectAVS leave it,
 // then the edits of CCE Basic, DGDecode and a conversion.
 TEST_F(FrameservingScripts, ScriptsOfEachTypeMatchTheirGoldenText) {
