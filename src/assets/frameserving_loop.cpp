@@ -79,6 +79,18 @@ void FinishAsset(JobContext& job, const FrameServingStages& stages, const Asset&
     }
 }
 
+// A cell of VOB id v, demultiplexed in DEMUXED_CELLID; copied to NEW_M2V
+// with the extension given when it is not encoded.
+Asset CellAsset(const JobContext& job, std::int16_t v, std::size_t c, const std::string& newExtension) {
+    Asset asset;
+    asset.VobId = v;
+    asset.CellId = static_cast<std::int16_t>(c);
+    asset.Name = CreateVOBName(v) + "_" + CreateCellName(asset.CellId);
+    asset.M2vPath = job.WorkFolder + "\\DEMUXED_CELLID\\" + asset.Name + ".M2V";
+    asset.NewM2vPath = job.WorkFolder + "\\NEW_M2V\\" + asset.Name + newExtension;
+    return asset;
+}
+
 bool AboveThreshold(JobContext& job, std::int32_t frames) {
     const auto& o = job.Options();
     return frames > o.Default_Encode && o.No_ReEncode == 0;
@@ -116,12 +128,7 @@ void ComboVob(JobContext& job, const FrameServingStages& stages, std::int16_t v)
     for (std::size_t c = 1; c <= vob.CELL_ID.Count(); ++c) {
         if (PlayedCell(domain, static_cast<std::size_t>(v), c).DummyCell != 0) continue;
         auto& cell = vob.CELL_ID.Item(c);
-        Asset asset;
-        asset.VobId = v;
-        asset.CellId = static_cast<std::int16_t>(c);
-        asset.Name = vobName + "_" + CreateCellName(asset.CellId);
-        asset.M2vPath = job.WorkFolder + "\\DEMUXED_CELLID\\" + asset.Name + ".M2V";
-        asset.NewM2vPath = job.WorkFolder + "\\NEW_M2V\\" + asset.Name + ".m2v";
+        Asset asset = CellAsset(job, v, c, ".m2v");
         asset.Still = cell.VobType != "Video";
         asset.Audio = cell.VobType != "StillMenu";
         if (job.Files.FileExists(asset.M2vPath)) {
@@ -164,12 +171,7 @@ void StillVob(JobContext& job, const FrameServingStages& stages, std::int16_t v)
     for (std::size_t c = 1; c <= vob.CELL_ID.Count(); ++c) {
         if (PlayedCell(domain, static_cast<std::size_t>(v), c).DummyCell != 0) continue;
         auto& cell = vob.CELL_ID.Item(c);
-        Asset asset;
-        asset.VobId = v;
-        asset.CellId = static_cast<std::int16_t>(c);
-        asset.Name = vobName + "_" + CreateCellName(asset.CellId);
-        asset.M2vPath = job.WorkFolder + "\\DEMUXED_CELLID\\" + asset.Name + ".M2V";
-        asset.NewM2vPath = job.WorkFolder + "\\NEW_M2V\\" + asset.Name + ".M2V";
+        Asset asset = CellAsset(job, v, c, ".M2V");
         asset.Still = true;
         asset.Audio = vob.Vob_Type == "SlideShow";
         WLOG(job, "\tCell - " + std::to_string(c));
