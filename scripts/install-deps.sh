@@ -9,6 +9,8 @@ packages=(
   # The fixture discs are authored at test time, and libdvdread reads them
   # as a second IFO reader beside Kestrova's own.
   dvdauthor ffmpeg mjpegtools imagemagick libdvdread-dev
+  # The stand-in for the requantiser re-encodes with it.
+  m2vrequantiser
 )
 
 missing=()
