@@ -14,7 +14,9 @@ shift $(( $# < 4 ? $# : 4 ))
 mkdir -p "$work"
 work=$(cd "$work" && pwd)
 
-# The settings: saved settings in use, the run log on, the assets processed.
+# The settings: saved settings in use, the run log on, the assets processed,
+# and every asset re-encoded (a threshold of one frame, stills too) by CCE
+# 2.7, whose native equivalent encodes with ffmpeg.
 cat > "$work/registry.reg" <<'HIVE'
 REGEDIT4
 
@@ -23,6 +25,10 @@ REGEDIT4
 "LOG_File"=dword:00000001
 "Compile_Option"=dword:00000003
 "ProcessAssets"=dword:00000001
+"UseCCE"=dword:00000001
+"CCEPath"="C:\\CCE\\cctspt.exe"
+"VobCell_Threshold"=dword:00000000
+"EncodeStills"=dword:00000001
 HIVE
 
 export KESTROVA_DRIVES="D:=$fixtures/$disc@cdrom;K:=$work"

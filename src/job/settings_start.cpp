@@ -5,6 +5,7 @@
 #include "job/log_writers.h"
 #include "job/option_lists.h"
 #include "job/script_templates.h"
+#include "job/tool_profile.h"
 #include "job/version.h"
 #include "platform/clock.h"
 
@@ -15,6 +16,9 @@ using platform::RegistryRoot;
 namespace {
 
 bool Usable(JobContext& job, const std::string& path) { return !path.empty() && job.Files.FileExists(path); }
+
+// An encoder is usable when its program is there or runs as an equivalent.
+bool EncoderUsable(const JobContext& job, const std::string& path) { return !path.empty() && ToolPresent(job, path); }
 
 void ListLine(JobContext& job, const std::string& text) {
     job.View.AddListLine(platform::LocalTimeText() + text);
@@ -37,7 +41,7 @@ void CheckEncoders(JobContext& job) {
         {options.UseHC, options.HCPath, "HC is the default encoder"},
     };
     for (const auto& encoder : encoders) {
-        if (!Usable(job, encoder.Path)) {
+        if (!EncoderUsable(job, encoder.Path)) {
             encoder.Use = 0;
         } else if (encoder.Use == 1) {
             LogWindow(job, encoder.Told);
@@ -46,6 +50,38 @@ void CheckEncoders(JobContext& job) {
 }
 
 }  // namespace
+
+void CreateECLFile(JobContext& job, const std::string& CcePath) {
+    job.Files.WriteText(job.ProgramFolder + "\\EclCCE.ini", "[EclCCE]\r\nCCE=" + CcePath + "\r\n");
+}
+
+std::string LoadCceFromIni(JobContext& job) {
+    auto& options = job.Options();
+    auto& state = job.State();
+    const std::string ini = job.ProgramFolder + "\\EclCCE.ini";
+    // A path stored without its EclCCE.ini (settings carried over from
+    // another machine) gets one, as choosing the path would have written.
+    if (!job.Files.FileExists(ini) && !options.CCEPath.empty()) CreateECLFile(job, options.CCEPath);
+    if (job.Files.FileExists(ini)) {
+        for (const std::string& line : job.Files.ReadLines(ini)) {
+            if (line.rfind("CCE", 0) == 0 && line.size() > 4) {
+                options.CCEPath = state.CCEPath = line.substr(4);
+                break;
+            }
+        }
+    }
+    if (state.CCEPath.empty()) return {};
+    if (!ToolPresent(job, state.CCEPath)) {
+        job.Questions.ShowMessage("CCE specified in ECL does not exist - please re-specify location",
+                                  "CCE Location Error", platform::MessageKind::Exclamation);
+        return {};
+    }
+    state.CCEVersion = ToolVersion(job, state.CCEPath);
+    state.ProductName = ToolDescription(job, state.CCEPath);
+    state.CCEBasic = platform::ToUpperAscii(state.ProductName).find("BASIC") != std::string::npos ? -1 : 0;
+    ListLine(job, "CCE Product selected is : " + state.ProductName + " " + state.CCEVersion);
+    return state.ProductName + " " + state.CCEVersion;
+}
 
 StartVerdict LoadSettingsAtStart(JobContext& job) {
     job.ScenaristVersion = job.Registry.getstring(RegistryRoot::LocalMachine, "Software\\Sonic\\Scenarist\\Automate",
@@ -66,6 +102,7 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
         options.Audio_Besweet = 1;
     }
     if (!Usable(job, options.RebuilderPath)) options.EnableReBuilder = 0;
+    if (!options.CCEPath.empty()) LoadCceFromIni(job);
     CheckEncoders(job);
 
     LogWindow(job, options.Muxman == 1 ? "Muxman set for authoring" : "Scenarist set for authoring");
@@ -77,7 +114,11 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     }
 
     const std::string avisynth = job.SystemFolder + "\\Avisynth.dll";
-    if (job.Files.FileExists(avisynth)) {
+    if (job.Tools == ToolProfile::Native && !job.Files.FileExists(avisynth)) {
+        // The native tools serve the scripts with the built-in frame server.
+        options.Avisynth_Version = kNativeFrameServerVersion;
+        ListLine(job, " Avisynth version " + options.Avisynth_Version + " detected (the built-in frame server)");
+    } else if (job.Files.FileExists(avisynth)) {
         options.Avisynth_Version = VersionOfFile(job, avisynth);
         if (options.Avisynth_Version.rfind("2.0", 0) == 0) {
             job.Questions.ShowMessage("UNSUPPORTED VERSION OF AVISYNTH\r\nInstall Avisynth 2.5+ and restart", "Kestrova",

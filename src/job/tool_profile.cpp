@@ -3,10 +3,12 @@
 #include "job/tool_profile.h"
 
 #include "job/folders.h"
+#include "job/log_writers.h"
 #include "job/tool_table.h"
 #include "platform/error.h"
 #include "platform/terminal.h"
 #include "platform/text.h"
+#include "platform/version_info.h"
 
 namespace kestrova {
 
@@ -147,6 +149,20 @@ std::string ToolVersion(JobContext& job, const std::string& path) {
     const OutsideTool* row = FindOutsideTool(FileNameOf(path));
     if (row != nullptr && job.Runner.GetLauncher().FindOverride(row->FileName) != nullptr) return row->FileVersion;
     return VersionOfFile(job, path);
+}
+
+std::string ToolDescription(JobContext& job, const std::string& path) {
+    const OutsideTool* row = FindOutsideTool(FileNameOf(path));
+    if (row != nullptr && job.Runner.GetLauncher().FindOverride(row->FileName) != nullptr) return row->Description;
+    if (!platform::PathSpace::IsDrivePath(path) || !job.Files.FileExists(path)) return {};
+    try {
+        const auto info = platform::ReadVersionInfo(job.Files.ToHost(path));
+        return info ? info->FileDescription : std::string();
+    } catch (const Error& failure) {
+        // A damaged program file reads as one without a description.
+        WLOG(job, failure.what());
+        return {};
+    }
 }
 
 }  // namespace kestrova

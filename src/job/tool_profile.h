@@ -60,4 +60,7 @@ bool ToolPresent(const JobContext& job, const std::string& path);
 // gives it when an equivalent runs in its place, else its file's.
 std::string ToolVersion(JobContext& job, const std::string& path);
 
+// The file description of the tool at a drive path, in the same way.
+std::string ToolDescription(JobContext& job, const std::string& path);
+
 }  // namespace kestrova

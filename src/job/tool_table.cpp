@@ -19,6 +19,17 @@ constexpr OutsideTool kOutsideTools[] = {
     {"dvd2avidg.exe", "new.dvd2avi", kProgramFolder, "dvd2avidg", "DVD2AVI", "", ""},
     {"DGIndex.exe", "new.dvd2avi", kProgramFolder, "DGIndex", "DVD2AVI", "", ""},
     {"revpulldown.exe", "", kProgramFolder, "", "", "1.0.0.0", "revpulldown"},
+    // The encoders. The CCE program's identity decides the list dialect:
+    // 2.7 is run directly, a Basic build one list per asset, any other
+    // version through EclCCE, which reads "EclCCE.ini" beside it.
+    {"EclCCE.exe", "", kProgramFolder, "EclCCE", "EclCCE", "", ""},
+    {"cctspt.exe", "CCE", kProgramFolder, "CCE", "", "2.70.2.8", "Cinema Craft Encoder SP2"},
+    {"cct2.exe", "CCE Basic", kProgramFolder, "CCE", "", "2.70.0.13", "Cinema Craft Encoder BASIC"},
+    {"cctsp.exe", "CCE SP", kProgramFolder, "CCE", "", "2.67.0.11", "Cinema Craft Encoder SP"},
+    {"EclPro.exe", "Procoder", kProgramFolder, "EclPro", "", "", ""},
+    {"QuEnc.exe", "QuEnc", kProgramFolder, "QuEnc", "", "", ""},
+    {"HCbatch_015a.exe", "HC", kProgramFolder, "HCenc", "", "", ""},
+    {"Rejig.exe", "", kProgramFolder, "Rejig", "", "", ""},
     {"Muxman.exe", "", kProgramFolder, "", "", "0.15.0.0", "Muxman"},
 };
 

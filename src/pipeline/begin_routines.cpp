@@ -71,7 +71,7 @@ bool CheckEncoder(JobContext& job) {
                               {options.UseHC, options.HCPath}};
         for (const auto& pair : pairs) {
             if (pair.Use == 1 && !pair.Path.empty()) {
-                result = job.Files.FileExists(pair.Path);
+                result = ToolPresent(job, pair.Path);
                 break;
             }
         }

@@ -285,6 +285,9 @@ Flow RunEncoding(JobContext& job) {
         UpdateMPV(job, "", "", "", job.DomainIndex);
         WLF(job, "Preparing Scenarist Files");
         GetEncodedVideo(job);
+        // The streams' flags are part of the encoded assets: a resume from
+        // the mark would not meet them again.
+        encoded = encoded && job.Stages.PassOverCount() == passedOver;
     }
     if (encoded) RLOG(job, "MPV ENCODED");
     if (Stopped(job)) return Flow::Leave;

@@ -43,7 +43,10 @@ TEST(SettingsAtStart, VanishedToolsFallBackAndUsableOnesAreTold) {
                                 o.No_ReEncode}),
               std::vector<int>({0, 1, 0, 0, 1, 0}));
     EXPECT_EQ(o.Avisynth_Version, "2.5.8.5");
-    EXPECT_TRUE(f.questions.History().empty()) << "falling back to BeSweet asks nothing";
+    // The CCE that vanished is named once; falling back to BeSweet asks nothing.
+    ASSERT_EQ(f.questions.History().size(), 1u);
+    EXPECT_EQ(f.questions.History()[0].Text, "CCE specified in ECL does not exist - please re-specify location");
+    EXPECT_EQ(f.temp.Read("Program/EclCCE.ini"), "[EclCCE]\r\nCCE=K:\\Tools\\gone.exe\r\n");
 
     std::vector<std::string> told;
     for (const auto& line : f.view.Lines) told.push_back(line.substr(8));
