@@ -28,6 +28,7 @@
 #include "subpicture/extraction.h"
 #include "subpicture/sst.h"
 #include "video/encode_retry.h"
+#include "video/ecl_writer.h"
 #include "video/encoder_drivers.h"
 #include "video/mpeg_patching.h"
 
@@ -223,9 +224,10 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     EnableRejig(job);
     job.Stages.Begin(RunStage::FrameServing);
     EnableScenes(job);
-    // The audio stages and the list writer come with their libraries.
+    // The audio stages come with their library.
     FrameServingStages frameServing;
     frameServing.UpdateMPV = UpdateMPV;
+    frameServing.MakeECL = MakeECL;
     NewDVD2AVIProc(job, frameServing);
     RLOG(job, "PROCESSASSETS");
     if (StageBoundary(job)) return Flow::Leave;

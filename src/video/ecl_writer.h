@@ -32,7 +32,7 @@ std::int32_t ConvertFrameDuration(const JobContext& job, std::int32_t Frames, do
 std::int32_t CompareScenes(const JobContext& job, std::int32_t Frames, std::int32_t NewFrames, double Rate,
                            double NewRate, bool Direct);
 
-// A timecode's frame part from 25 to 30 a second, joined by ";" under NTSC (not Part 7.4's function of this name).
+// A timecode's frame part from 25 to 30 a second, joined by ";" under NTSC.
 std::string ConvertFrameTime(const JobContext& job, const std::string& Time);
 
 // The GOP header interval for M and N/M (M*NM outside the table).
