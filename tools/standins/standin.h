@@ -63,5 +63,11 @@ int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
 int RunDvdDecrypter(const Invocation& call);
 int RunPgcDemux(const Invocation& call);
 int RunVobtest(const Invocation& call);
+// The encoders (encoder_lists.cpp, quenc.cpp, hc_encoder.cpp, rejig.cpp).
+int RunCce(const Invocation& call);      // CCE and EclPro: an encoder control list
+int RunEclCce(const Invocation& call);   // the list through "EclCCE.ini"
+int RunQuEnc(const Invocation& call);
+int RunHcEncoder(const Invocation& call);
+int RunRejig(const Invocation& call);
 
 }  // namespace kestrova::standin
