@@ -289,7 +289,8 @@ TEST_F(FrameServerTest, ThePlanListsTheSourceFilesAndEachStepAsApplied) {
                 break;
             case ClipStepKind::Resize: text += std::to_string(step.Width) + "x" + std::to_string(step.Height); break;
             case ClipStepKind::AssumeFps: text += std::to_string(step.Rate.Numerator); break;
-            case ClipStepKind::SelectEvery: text += std::to_string(step.Cycle) + "/" + std::to_string(step.Offsets.back());
+            case ClipStepKind::SelectEvery:
+                text += std::to_string(step.Cycle) + "/" + std::to_string(step.Offsets.back());
                 break;
             case ClipStepKind::Decimate: text += std::to_string(step.Cycle); break;
             case ClipStepKind::Kernelbob: text += step.TopFieldFirst ? "top" : "bottom"; break;
