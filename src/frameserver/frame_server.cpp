@@ -57,6 +57,7 @@ struct Clip {
     std::int64_t Height = 0;
     std::int64_t Length = 0;
     FrameRate Rate;
+    ClipPlan Plan;
 };
 
 class ScriptEvaluator {
@@ -89,6 +90,7 @@ private:
     void SetLength(std::int64_t length, const Call& call);
     void ScaleRate(std::uint64_t multiplier, std::uint64_t divisor);
     static std::string PathOf(const std::string& path, const std::string& relativeTo);
+    ClipStep& AddStep(ClipStepKind kind, const Call& call);
 
     void LoadFile(const Call& call);
     void Passthrough(const Call& call);
@@ -208,6 +210,14 @@ void ScriptEvaluator::SetLength(std::int64_t length, const Call& call) {
     clip_.Length = length < 0 ? 0 : length;
 }
 
+ClipStep& ScriptEvaluator::AddStep(ClipStepKind kind, const Call& call) {
+    ClipStep step;
+    step.Kind = kind;
+    step.Function = call.Name;
+    clip_.Plan.Steps.push_back(step);
+    return clip_.Plan.Steps.back();
+}
+
 void ScriptEvaluator::ScaleRate(std::uint64_t multiplier, std::uint64_t divisor) {
     clip_.Rate = MakeFrameRate(clip_.Rate.Numerator * multiplier, clip_.Rate.Denominator * divisor);
 }
@@ -253,6 +263,7 @@ void ScriptEvaluator::LoadFile(const Call& call) {
 void ScriptEvaluator::Passthrough(const Call& call) {
     RequireClip(call);
     Expect(call, 16, {}, true);
+    AddStep(ClipStepKind::PassThrough, call);
 }
 
 void ScriptEvaluator::Mpeg2Source(const Call& call) {
@@ -274,6 +285,12 @@ void ScriptEvaluator::Mpeg2Source(const Call& call) {
     clip_.Length = project.Frames;
     clip_.Rate = project.Rate;
     clip_.Present = true;
+    // A second source replaces the clip, and with it the plan.
+    clip_.Plan = ClipPlan{};
+    for (const std::string& file : project.Files) clip_.Plan.SourceFiles.push_back(PathOf(file, d2vPath));
+    clip_.Plan.Operation = project.Operation;
+    clip_.Plan.SourceRate = project.Rate;
+    clip_.Plan.SourceFrames = project.Frames;
 }
 
 FrameRate ScriptEvaluator::RateArgument(const Call& call) const {
@@ -311,6 +328,7 @@ void ScriptEvaluator::AssumeFps(const Call& call) {
     RequireClip(call);
     Expect(call, 2, {"SYNC_AUDIO"});
     clip_.Rate = RateArgument(call);
+    AddStep(ClipStepKind::AssumeFps, call).Rate = clip_.Rate;
 }
 
 // Frames are dropped or repeated (ChangeFPS) or blended (ConvertFPS) so the
@@ -325,6 +343,7 @@ void ScriptEvaluator::ChangeFps(const Call& call) {
     const Wide length = (static_cast<Wide>(clip_.Length) * b + a / 2) / a;
     SetLength(length > static_cast<Wide>(kMaxClipValue) ? kMaxClipValue + 1 : static_cast<std::int64_t>(length), call);
     clip_.Rate = rate;
+    AddStep(ClipStepKind::ChangeFps, call).Rate = rate;
 }
 
 void ScriptEvaluator::Resize(const Call& call) {
@@ -335,6 +354,9 @@ void ScriptEvaluator::Resize(const Call& call) {
     if (width <= 0 || height <= 0) Invalid(call, "the target size must be above 0");
     clip_.Width = width;
     clip_.Height = height;
+    ClipStep& step = AddStep(ClipStepKind::Resize, call);
+    step.Width = width;
+    step.Height = height;
 }
 
 void ScriptEvaluator::SeparateFields(const Call& call) {
@@ -344,6 +366,7 @@ void ScriptEvaluator::SeparateFields(const Call& call) {
     clip_.Height /= 2;
     SetLength(clip_.Length * 2, call);
     ScaleRate(2, 1);
+    AddStep(ClipStepKind::SeparateFields, call);
 }
 
 // One SelectEvery per offset, interleaved when there are several.
@@ -367,6 +390,9 @@ void ScriptEvaluator::SelectEvery(const Call& call) {
     }
     SetLength(length, call);
     ScaleRate(static_cast<std::uint64_t>(count), static_cast<std::uint64_t>(every));
+    ClipStep& step = AddStep(ClipStepKind::SelectEvery, call);
+    step.Cycle = every;
+    step.Offsets = offsets;
 }
 
 void ScriptEvaluator::Weave(const Call& call) {
@@ -376,6 +402,7 @@ void ScriptEvaluator::Weave(const Call& call) {
     clip_.Height *= 2;
     SetLength(clip_.Length / 2, call);
     ScaleRate(1, 2);
+    AddStep(ClipStepKind::Weave, call);
 }
 
 // Mode 0 (and 2, 3) drops one frame of each cycle; mode 1 blends the
@@ -389,16 +416,26 @@ void ScriptEvaluator::Decimate(const Call& call) {
     const std::int64_t mode = Int(call, modeValue != nullptr ? modeValue : Positional(call, 1), "the mode", 0);
     if (cycle < 2 || cycle > 25) Invalid(call, "the cycle must be 2 to 25");
     if (mode < 0 || mode > 3) Invalid(call, "the mode must be 0 to 3");
-    if (mode == 1) return;
+    if (mode == 1) {
+        AddStep(ClipStepKind::PassThrough, call);
+        return;
+    }
     SetLength(clip_.Length * (cycle - 1) / cycle, call);
     ScaleRate(static_cast<std::uint64_t>(cycle - 1), static_cast<std::uint64_t>(cycle));
+    AddStep(ClipStepKind::Decimate, call).Cycle = cycle;
 }
 
+// "order=1" bobs the top field first, "order=0" the bottom one.
 void ScriptEvaluator::Kernelbob(const Call& call) {
     RequireClip(call);
     Expect(call, 16, {}, true);
+    const Value* order = Named(call, "ORDER");
+    if (order == nullptr) order = Positional(call, 0);
     SetLength(clip_.Length * 2, call);
     ScaleRate(2, 1);
+    // The plugin checks its own options; the shape does not depend on them.
+    AddStep(ClipStepKind::Kernelbob, call).TopFieldFirst =
+        order == nullptr || order->Kind != ValueKind::Int || order->Int != 0;
 }
 
 void ScriptEvaluator::ConvertColour(const Call& call) {
@@ -430,6 +467,9 @@ void ScriptEvaluator::Trim(const Call& call) {
     if (lastArgument < 0) last = first - lastArgument - 1;
     last = std::clamp<std::int64_t>(last, first, clip_.Length - 1);
     SetLength(last - first + 1, call);
+    ClipStep& step = AddStep(ClipStepKind::Trim, call);
+    step.First = first;
+    step.Last = last;
 }
 
 void ScriptEvaluator::Crop(const Call& call) {
@@ -447,6 +487,11 @@ void ScriptEvaluator::Crop(const Call& call) {
     }
     clip_.Width = width;
     clip_.Height = height;
+    ClipStep& step = AddStep(ClipStepKind::Crop, call);
+    step.Left = left;
+    step.Top = top;
+    step.Width = width;
+    step.Height = height;
 }
 
 void ScriptEvaluator::AddBorders(const Call& call) {
@@ -462,6 +507,11 @@ void ScriptEvaluator::AddBorders(const Call& call) {
     }
     clip_.Width += sides[0] + sides[2];
     clip_.Height += sides[1] + sides[3];
+    ClipStep& step = AddStep(ClipStepKind::AddBorders, call);
+    step.Left = sides[0];
+    step.Top = sides[1];
+    step.Right = sides[2];
+    step.Bottom = sides[3];
 }
 
 AviStreamInfo ErrorClip(const std::string& error) {
@@ -515,6 +565,7 @@ AviStreamInfo ReadAviStreamInfo(const platform::FileSystem& files, const std::st
     info.Rate = clip.Rate.Numerator;
     info.Scale = clip.Rate.Denominator;
     info.Length = static_cast<std::int32_t>(clip.Length);
+    info.Plan = clip.Plan;
     return info;
 }
 

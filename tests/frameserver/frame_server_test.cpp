@@ -257,6 +257,54 @@ TEST_F(FrameServerTest, FailuresGiveTheErrorClipWithTheirCause) {
     ExpectErrorClip(Run("Mpeg2Source(\"Q:\\001.d2v\")"), "Q:");  // drive not mapped
 }
 
+// The plan behind the shape: the project's files as drive paths (a relative
+// one from the project's folder), and each step as it was applied.
+TEST_F(FrameServerTest, ThePlanListsTheSourceFilesAndEachStepAsApplied) {
+    std::string project = DGIndexProject(1, "29970 (30000/1001)", Repeat({"2"}, 30), "720x480");
+    const std::string list = "\r\n1\r\n" + std::string(kM2vPath) + "\r\n\r\n";
+    project.replace(project.find(list), list.size(), "\r\n2\r\n" + std::string(kM2vPath) + "\r\n002.M2V\r\n");
+    WriteD2v(project);
+    const AviStreamInfo info = Run(Script(kDecombLine + std::string(
+        "Telecide()\r\nDecimate(cycle=5)\r\nTrim(2,100)\r\nCrop(8,0,-8,0).AddBorders(8,0,8,0)\r\n"
+        "Kernelbob(order=0)\r\nLanczosResize(720,576)\r\nAssumeFPS(50)\r\nSeparateFields()\r\n"
+        "SelectEvery(4,0,3)\r\nWeave()\r\nDecimate(mode=1)")));
+    ASSERT_FALSE(info.ErrorClip) << info.Error;
+    EXPECT_EQ(Dims(info), "720x576 25/1 17");
+    const ClipPlan& plan = info.Plan;
+    EXPECT_EQ(plan.SourceFiles, (std::vector<std::string>{kM2vPath, "K:\\JOB\\FRAMESERVING\\002.M2V"}));
+    EXPECT_EQ(plan.Operation, FieldOperation::ForceFilm);
+    EXPECT_EQ(plan.SourceRate, (FrameRate{24000, 1001}));
+    EXPECT_EQ(plan.SourceFrames, 24);
+    // Each step as "Function:values".
+    std::vector<std::string> steps;
+    for (const ClipStep& step : plan.Steps) {
+        std::string text = step.Function + ":";
+        switch (step.Kind) {
+            case ClipStepKind::Trim: text += std::to_string(step.First) + "-" + std::to_string(step.Last); break;
+            case ClipStepKind::Crop:
+            case ClipStepKind::AddBorders:
+                for (auto v : {step.Left, step.Top, step.Right, step.Bottom, step.Width, step.Height}) {
+                    text += std::to_string(v) + ",";
+                }
+                break;
+            case ClipStepKind::Resize: text += std::to_string(step.Width) + "x" + std::to_string(step.Height); break;
+            case ClipStepKind::AssumeFps: text += std::to_string(step.Rate.Numerator); break;
+            case ClipStepKind::SelectEvery:
+                text += std::to_string(step.Cycle) + "/" + std::to_string(step.Offsets.back());
+                break;
+            case ClipStepKind::Decimate: text += std::to_string(step.Cycle); break;
+            case ClipStepKind::Kernelbob: text += step.TopFieldFirst ? "top" : "bottom"; break;
+            default: break;
+        }
+        steps.push_back(text);
+    }
+    EXPECT_EQ(steps, (std::vector<std::string>{"Telecide:", "Decimate:5", "Trim:2-18", "Crop:8,0,0,0,704,480,",
+                                               "AddBorders:8,0,8,0,0,0,", "Kernelbob:bottom", "LanczosResize:720x576",
+                                               "AssumeFPS:50", "SeparateFields:", "SelectEvery:4/3", "Weave:",
+                                               "Decimate:"}));
+    EXPECT_TRUE(Run("# no clip\r\n").Plan.Steps.empty());
+}
+
 // The templates' plugins are built in with the native tools, and must be
 // files with the Windows tools; any other plugin or import must be a file.
 TEST_F(FrameServerTest, PluginsAndImportsAreBuiltInOrFiles) {

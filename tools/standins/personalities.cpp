@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 11> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 17> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -32,6 +32,18 @@ constexpr std::array<PersonalityEntry, 11> kPersonalities = {{
      "PgcDemux -m2v -vid N|-cid V C -aud -menu [-customvob nsvi] X.IFO DIR\n"
      "                       demultiplexes one VOB id or cell of the menu VOB beside X.IFO"},
     {"vobtest", RunVobtest, true, "vobtest JOINED.VOB OUT.txt  lists the still cells of a VOB"},
+    {"CCE", RunCce, true,
+     "CCE -ecl \"LIST\" -batch  encodes each item of the encoder control list (any dialect) with ffmpeg"},
+    {"EclPro", RunCce, true, "EclPro -ecl \"LIST\" -batch  as CCE"},
+    {"EclCCE", RunEclCce, true,
+     "EclCCE -ecl \"LIST\" -batch -nocancel -hideshutdown\n"
+     "                       as CCE, when EclCCE.ini beside the program names a CCE program that is there"},
+    {"QuEnc", RunQuEnc, true,
+     "QuEnc -i \"AVS\" -o \"OUT\" -b N ...  encodes one script with ffmpeg as the switches say"},
+    {"HCenc", RunHcEncoder, true, "HCenc -ini INI         encodes the script the HC settings file names with ffmpeg"},
+    {"Rejig", RunRejig, true,
+     "Rejig -i LIST -auto -close -quiet  requantises each -level Q -i\"X.M2V\" of LIST into X.mpv\n"
+     "                       (M2VRequantiser)"},
 }};
 
 }  // namespace

@@ -12,11 +12,12 @@
 
 namespace kestrova::standin {
 
-// How a test asked this tool to fail ($KESTROVA_STANDIN_FAIL).
+// How a test asked this tool to fail ($KESTROVA_STANDIN_FAIL; see main.cpp).
 enum class FailMode {
     None,
     Fail,     // leave nothing, exit 1
-    Partial,  // leave a truncated output, exit 1
+    Partial,  // leave a truncated output, exit 1; a tool working through a
+              // list first does ItemsBeforeFailure items whole
 };
 
 struct Invocation {
@@ -26,7 +27,11 @@ struct Invocation {
     // kept, for tools that parse their own line (see main.cpp).
     std::string ArgumentText;
     FailMode Fail = FailMode::None;
+    long ItemsBeforeFailure = 0;         // "dieafter:K" gives K; "partial" 0
     platform::PathSpace Paths;           // the job's drive map ($KESTROVA_DRIVES)
+    // The program as the Windows command line names it ("K:\PROG\EclCCE.exe");
+    // empty when the launcher did not pass the line.
+    std::string Program;
 };
 
 // A personality returns the exit status. It throws kestrova::Error for bad
@@ -58,5 +63,11 @@ int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
 int RunDvdDecrypter(const Invocation& call);
 int RunPgcDemux(const Invocation& call);
 int RunVobtest(const Invocation& call);
+// The encoders (encoder_lists.cpp, quenc.cpp, hc_encoder.cpp, rejig.cpp).
+int RunCce(const Invocation& call);      // CCE and EclPro: an encoder control list
+int RunEclCce(const Invocation& call);   // the list through "EclCCE.ini"
+int RunQuEnc(const Invocation& call);
+int RunHcEncoder(const Invocation& call);
+int RunRejig(const Invocation& call);
 
 }  // namespace kestrova::standin
