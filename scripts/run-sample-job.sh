@@ -34,7 +34,8 @@ HIVE
 export KESTROVA_DRIVES="D:=$fixtures/$disc@cdrom;K:=$work"
 export KESTROVA_REGISTRY="$work/registry.reg"
 export XDG_STATE_HOME="$work/state"
+# A command-line start takes the encoder's average bitrate from /AVEB.
 if [ $# -eq 0 ]; then
-  set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000
+  set -- /STAR /DRIV=D '/PATH=K:\out' /THRE=1000 /AVEB=6000
 fi
 exec "$build/kestrova-cli" "$@"

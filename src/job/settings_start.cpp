@@ -8,6 +8,7 @@
 #include "job/tool_profile.h"
 #include "job/version.h"
 #include "platform/clock.h"
+#include "platform/error.h"
 
 namespace kestrova {
 
@@ -55,13 +56,37 @@ void CreateECLFile(JobContext& job, const std::string& CcePath) {
     job.Files.WriteText(job.ProgramFolder + "\\EclCCE.ini", "[EclCCE]\r\nCCE=" + CcePath + "\r\n");
 }
 
+namespace {
+
+// The identity of the CCE at `state.CCEPath`: its version, product name and
+// build, told in the log list. "" when the program is not there.
+std::string ReadCceIdentity(JobContext& job) {
+    auto& state = job.State();
+    if (!ToolPresent(job, state.CCEPath)) return {};
+    state.CCEVersion = ToolVersion(job, state.CCEPath);
+    state.ProductName = ToolDescription(job, state.CCEPath);
+    state.CCEBasic = platform::ToUpperAscii(state.ProductName).find("BASIC") != std::string::npos ? -1 : 0;
+    ListLine(job, "CCE Product selected is : " + state.ProductName + " " + state.CCEVersion);
+    return state.ProductName + " " + state.CCEVersion;
+}
+
+}  // namespace
+
 std::string LoadCceFromIni(JobContext& job) {
     auto& options = job.Options();
     auto& state = job.State();
     const std::string ini = job.ProgramFolder + "\\EclCCE.ini";
     // A path stored without its EclCCE.ini (settings carried over from
-    // another machine) gets one, as choosing the path would have written.
-    if (!job.Files.FileExists(ini) && !options.CCEPath.empty()) CreateECLFile(job, options.CCEPath);
+    // another machine) gets one, as choosing the path would have written;
+    // a program folder that cannot be written to keeps the stored path.
+    if (!job.Files.FileExists(ini) && !options.CCEPath.empty()) {
+        try {
+            CreateECLFile(job, options.CCEPath);
+        } catch (const Error& failure) {
+            ListLine(job, std::string(" EclCCE.ini cannot be written: ") + failure.what());
+        }
+    }
+    state.CCEPath = options.CCEPath;
     if (job.Files.FileExists(ini)) {
         for (const std::string& line : job.Files.ReadLines(ini)) {
             if (line.rfind("CCE", 0) == 0 && line.size() > 4) {
@@ -71,16 +96,12 @@ std::string LoadCceFromIni(JobContext& job) {
         }
     }
     if (state.CCEPath.empty()) return {};
-    if (!ToolPresent(job, state.CCEPath)) {
+    const std::string identity = ReadCceIdentity(job);
+    if (identity.empty()) {
         job.Questions.ShowMessage("CCE specified in ECL does not exist - please re-specify location",
                                   "CCE Location Error", platform::MessageKind::Exclamation);
-        return {};
     }
-    state.CCEVersion = ToolVersion(job, state.CCEPath);
-    state.ProductName = ToolDescription(job, state.CCEPath);
-    state.CCEBasic = platform::ToUpperAscii(state.ProductName).find("BASIC") != std::string::npos ? -1 : 0;
-    ListLine(job, "CCE Product selected is : " + state.ProductName + " " + state.CCEVersion);
-    return state.ProductName + " " + state.CCEVersion;
+    return identity;
 }
 
 StartVerdict LoadSettingsAtStart(JobContext& job) {
@@ -129,6 +150,17 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     } else {
         ListLine(job, " WARNING!! Avisynth not detected - VIDEO ENCODING DISABLED - AUTHOR USING ORIGINAL ASSETS ENABLED");
         options.No_ReEncode = 1;
+    }
+
+    // With no encoder chosen, the native tools encode as CCE 2.70, whose
+    // lists their encoder reads; nothing is written beside the program.
+    const bool chosen = options.UseCCE == 1 || options.UseProcoder == 1 || options.UseQuenc == 1 ||
+                        options.UseRejig == 1 || options.UseHC == 1;
+    if (job.Tools == ToolProfile::Native && !chosen && options.No_ReEncode == 0) {
+        options.UseCCE = 1;
+        options.CCEPath = job.State().CCEPath = job.ProgramFolder + "\\CCE\\cctspt.exe";
+        ReadCceIdentity(job);
+        LogWindow(job, "No encoder is set - the native encoder takes the lists of CCE 2.70");
     }
 
     if (options.Audio_SoftEncode == 1) ListLine(job, " SoftEncode available");

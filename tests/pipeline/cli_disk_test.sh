@@ -41,7 +41,7 @@ export KESTROVA_REGISTRY="$work/registry.reg" XDG_STATE_HOME="$work/state"
 
 status=0
 cli() {  # output folder under K:, then options; the exit status lands in $status
-  "$build/kestrova-cli" /STAR /DRIV=D "/PATH=K:\\$1" /THRE=1000 "${@:2}" > "$work/last.out" 2>&1
+  "$build/kestrova-cli" /STAR /DRIV=D "/PATH=K:\\$1" /THRE=1000 /AVEB=6000 "${@:2}" > "$work/last.out" 2>&1
   status=$?
 }
 

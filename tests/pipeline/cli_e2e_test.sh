@@ -41,6 +41,20 @@ no_success() {  # name, run log
   grep -E 'ENCODING APPEARS SUCCESSFUL|REAUTHORING COMPLETE' "$2" && fail "$1: a success line in the run log"
 }
 
+# The encoding ran and was found whole at once; every asset it encoded is an
+# MPEG-2 stream of 720x576 in NEW_M2V, with the frames its script serves.
+encoded() {  # name, output folder
+  grep -q 'ENCODING APPEARS SUCCESSFUL AT FIRST ATTEMPT' "$2/Kestrova.LOG" || fail "$1: no encoding verdict"
+  grep -q 'REAUTHORING COMPLETE' "$2/Kestrova.LOG" && fail "$1: a re-authoring success line"
+  local stream streams=0
+  for stream in "$2"/D_*/NEW_M2V/*.m2v; do
+    ffprobe -v error -select_streams v:0 -show_entries stream=codec_name,width,height -of csv=p=0 "$stream" |
+      grep -qx 'mpeg2video,720,576,\{0,1\}' || fail "$1: $stream is no 720x576 MPEG-2 stream"
+    streams=$((streams + 1))
+  done
+  [ "$streams" = 4 ] || fail "$1: $streams encoded streams, expected 4"
+}
+
 # A run that demultiplexed and typed every menu and passed the later stages
 # over: exit status 3, the marks of what ran, and the summary on the console.
 check_run() {  # name, exit status, console output, output folder
@@ -52,7 +66,7 @@ check_run() {  # name, exit status, console output, output folder
   marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#' | tr '\n' ,)
   [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"
-  no_success "$name" "$out/Kestrova.LOG"
+  encoded "$name" "$out"
   # The frame serving ran: each asset's script beside its project and log.
   grep -E '(EnableScenes|NewDVD2AVIProc|ForceD2V)[^ ]* is not yet available' "$out/Kestrova.LOG" &&
     fail "$name: a frame-serving stage passed over"
@@ -77,7 +91,7 @@ check_run tokens $? "$work/tokens.out" "$work/tokens/out"
 
 # 2. An INI file names the drive, the folder and the menus.
 mkdir -p "$work/ini"
-printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
+printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n*AVERAGEBITRATE 6000\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
 bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" > "$work/ini.out" 2>&1
 check_run ini $? "$work/ini.out" "$work/ini/from_ini"
 

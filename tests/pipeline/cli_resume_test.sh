@@ -50,7 +50,7 @@ cli() {  # KILL_AT (empty: no kill), then options; the exit status lands in $sta
   rm -f "$work/starts"
   # The subshell keeps the shell's note of the kill off the test's output.
   (KILL_AT=$1 bash -c 'echo $$ > "$0"; exec "$@"' "$work/cli.pid" \
-    "$bin/kestrova-cli" /STAR /DRIV=D "/PATH=K:\\${OUT:-out}" /THRE=1000 "${@:2}" > "$work/last.out" 2>&1 &
+    "$bin/kestrova-cli" /STAR /DRIV=D "/PATH=K:\\${OUT:-out}" /THRE=1000 /AVEB=6000 "${@:2}" > "$work/last.out" 2>&1 &
     wait $!) 2> /dev/null
   status=$?
 }

@@ -19,7 +19,7 @@ disc="$fixtures/ntsc-vts-menus-2lang"
 mkdir -p "$work/home/jobs" "$work/bin"
 before=$(ls "$build")
 ( cd "$work/home/jobs" && env -i HOME="$work/home" PATH=/usr/bin:/bin KESTROVA_DRIVES="D:=$disc@cdrom" \
-    "$cli" /STAR /DRIV=D /PATH="kestrova-out" /THRE=1000 ) > "$work/recipe.out" 2>&1
+    "$cli" /STAR /DRIV=D /PATH="kestrova-out" /THRE=1000 /AVEB=6000 ) > "$work/recipe.out" 2>&1
 status=$?
 out="$work/home/jobs/kestrova-out"
 [ $status = 3 ] || { fail "recipe: exit status $status (3: finished, stages passed over)"; cat "$work/recipe.out"; }

@@ -135,7 +135,7 @@ TEST(EncoderStandin, AListOfThreeItemsGivesEachItsFramesAndChapterGroups) {
     const std::string command = "K:\\PROG\\EclCCE.exe -ecl \"K:\\ECLs\\CCE1.ecl\" -batch -nocancel -hideshutdown";
 
     // EclCCE.ini naming no CCE program: nothing is encoded.
-    f.temp.Write("PROG/EclCCE.ini", "[EclCCE]\r\nCCE=K:\\gone\\cctspt.exe\r\n");
+    f.temp.Write("PROG/EclCCE.ini", "[EclCCE]\r\nCCE=K:\\gone\\cce.exe\r\n");
     EXPECT_EQ(f.Run(command), 1);
     EXPECT_NE(f.output.find("neither a file nor a tool"), std::string::npos) << f.output;
     EXPECT_FALSE(f.Exists("001.mpv"));

@@ -50,6 +50,7 @@
 #include "encoding.h"
 
 #include <algorithm>
+#include <fstream>
 #include <iostream>
 
 #include <unistd.h>
@@ -363,6 +364,14 @@ void EncodeScript(const Invocation& call, const EncodeRequest& request) {
             throw Error("ffmpeg could not encode the script \"" + request.Script + "\" (exit status " +
                         std::to_string(status) + ")");
         }
+    }
+    // The encoders close a stream with a sequence end code (the lists ask
+    // for it with "seq_endcode=1"); ffmpeg's stream ends after the last slice.
+    {
+        std::ofstream out(encoded, std::ios::binary | std::ios::app);
+        static constexpr char kSequenceEnd[] = {0x00, 0x00, 0x01, static_cast<char>(0xB7)};
+        out.write(kSequenceEnd, sizeof kSequenceEnd);
+        if (!out) throw Error("Cannot finish the encoded stream of \"" + request.Script + "\"");
     }
     files.MoveFile(scratch.Drive() + "\\encoded.m2v", request.Output);
 }
