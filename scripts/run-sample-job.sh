@@ -30,6 +30,11 @@ REGEDIT4
 "VobCell_Threshold"=dword:00000000
 "EncodeStills"=dword:00000001
 HIVE
+# KESTROVA_SAMPLE_SETTINGS names a file of further setting lines (as above),
+# which take the place of those of the same name.
+if [ -n "${KESTROVA_SAMPLE_SETTINGS:-}" ]; then
+  tr -d '\r' < "$KESTROVA_SAMPLE_SETTINGS" >> "$work/registry.reg"
+fi
 
 export KESTROVA_DRIVES="D:=$fixtures/$disc@cdrom;K:=$work"
 export KESTROVA_REGISTRY="$work/registry.reg"

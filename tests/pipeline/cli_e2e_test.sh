@@ -48,7 +48,7 @@ encoded() {  # name, output folder
   grep -q 'REAUTHORING COMPLETE' "$2/Kestrova.LOG" && fail "$1: a re-authoring success line"
   local stream streams=0
   for stream in "$2"/D_*/NEW_M2V/*.m2v; do
-    ffprobe -v error -select_streams v:0 -show_entries stream=codec_name,width,height -of csv=p=0 "$stream" |
+    ffprobe -v error -f mpegvideo -select_streams v:0 -show_entries stream=codec_name,width,height -of csv=p=0 "$stream" |
       grep -qx 'mpeg2video,720,576,\{0,1\}' || fail "$1: $stream is no 720x576 MPEG-2 stream"
     streams=$((streams + 1))
   done
@@ -94,6 +94,37 @@ mkdir -p "$work/ini"
 printf '*DRIVE D\r\n*WORKINGFOLDER K:\\from_ini\r\n*AVERAGEBITRATE 6000\r\n-VIDEOTS ALL\r\n-VTS_01_0 ALL\r\n' > "$work/ini/job.ini"
 bash "$run" "$build" "$fixtures" "$work/ini" pal-vmg-buttons -- /INIFILE "$work/ini/job.ini" > "$work/ini.out" 2>&1
 check_run ini $? "$work/ini.out" "$work/ini/from_ini"
+
+# The encoding's retries, on lists of three assets. A CCE that dies after
+# two items of a list leaves the third cut short: it alone is listed again
+# and encoded at the second attempt. One that never encodes: the originals,
+# byte for byte, after four attempts; in a format conversion the job ends.
+retried() {  # name, fail switch, extra setting line, exit status expected
+  local name=$1 status
+  mkdir -p "$work/$name"
+  printf '"ECLAssets"=dword:00000002\n%s\n' "$3" > "$work/$name/settings.reg"
+  KESTROVA_STANDIN_FAIL=$2 KESTROVA_SAMPLE_SETTINGS="$work/$name/settings.reg" \
+    bash "$run" "$build" "$fixtures" "$work/$name" > "$work/$name.out" 2>&1
+  status=$?
+  [ "$status" = "$4" ] || { fail "$name: exit status $status"; tail -20 "$work/$name.out"; }
+}
+retried dies CCE=dieafter:2 '' 3
+log="$work/dies/out/Kestrova.LOG"
+grep -q 'RETRY ENCODING 2ND RUN' "$log" && grep -q 'ENCODING APPEARS SUCCESSFUL AT 2ND ATTEMPT' "$log" ||
+  fail "dies: no second attempt that succeeded"
+[ "$(grep -c '^title=' "$work/dies/out/ECLs/CCE1.ecl")" = 3 ] || fail "dies: the first list does not hold three items"
+grep -q 'ASSETS WERE NOT ENCODED - RECREATED ECL FILE TO RETRY RUN#1' "$log" || fail "dies: no repair list"
+retried never CCE=fail '' 3
+grep -q 'ENCODING HAS FAILED AFTER 4 ATTEMPTS - USING ORIGINALS' "$work/never/out/Kestrova.LOG" ||
+  fail "never: the originals were not used"
+for stream in "$work"/never/out/D_*/NEW_M2V/*.m2v; do
+  original=$(ls "$(dirname "$stream")"/../DEMUXED*/"$(basename "$stream" .m2v)".M2V)
+  cmp -s "$stream" "$original" || fail "never: $stream is not its original"
+done
+retried conversion CCE=fail '"Convert"=dword:00000001' 1
+grep -q 'ENCODING HAS FAILED AFTER 4 ATTEMPTS - ABORTING DUE TO FORMAT CONVERSION' \
+  "$work/conversion/out/Kestrova.LOG" || fail "conversion: the job did not end"
+grep -q 'USING ORIGINALS' "$work/conversion/out/Kestrova.LOG" && fail "conversion: originals were used"
 
 # A run that fails at a stage: exit status 1, the failure on standard error
 # and in the summary, nothing typed after it and no success line.
