@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "assets/asset_stage_fixture.h"
+#include "assets/mpeg_test_streams.h"
+#include "video/encode_retry.h"
 #include "video/encoder_drivers.h"
 
 namespace kestrova {
@@ -108,6 +110,46 @@ TEST_F(EncoderDrivers, HcSettingsHoldTheChaptersOneFrameOnAndTheNamedMatrix) {
               "*OUTFILE K:\\Job\\D_VTS_01_0\\FRAMESERVING\\001.mpv\r\n*BIAS 30\r\n*LASTIFRAME\r\n"
               "*LOGFILE K:\\Job\\ECLs\\HCEncoder.log\r\n*MATRIX NOTCH\r\n*PROFILE Best\r\n*WAIT 0\r\n"
               "*CHAPTER 2\r\n101\r\n251\r\n");
+}
+
+TEST_F(EncoderDrivers, TheRepairListHoldsTheItemsWithoutAWholeStream) {
+    KESTROVA_REQUIRE_FFMPEG();
+    auto& streams = test::MpegTestStreams::Get();
+    ASSERT_FALSE(streams.Progressive25().empty());
+    std::string whole = streams.Folder().Read("p25.m2v");
+    whole += std::string("\x00\x00\x01\xB7", 4);
+    Put(std::string(kFrameServing) + "001.mpv", whole);
+    Put(std::string(kFrameServing) + "002.mpv", whole.substr(0, whole.size() / 2));  // the batch died in it
+    const auto item = [](const std::string& name) {
+        const std::string base = "K:\\Job\\D_VTS_01_0\\FRAMESERVING\\" + name;
+        return "[item]\r\ntitle=" + base + ".avs\r\nvid_file0=" + base + ".mpv\r\n\r\n[file]\r\nname=" + base +
+               ".avs\r\nencode_last=37\r\n";
+    };
+    Put("Job/ECLs/CCE1.ecl", "; Kestrova -- Encoder Control List\r\n\r\n" + item("001") + item("002") + item("003"));
+    Put("Job/ECLs/CCE1 Original.ecl", item("004"));
+    auto& o = job.Options();
+    o.UseCCE = 1;
+    job.State().CCEVersion = "2.70.2.8";
+    job.State().CCEPath = "K:\\CCE\\cctspt.exe";
+    StandIn("cctspt.exe", "true");
+
+    EXPECT_TRUE(ConfirmAssetEncoding(job, 1));
+    // Each item's own lines from its title on, the comment line, a blank-bearing line after the list.
+    const auto lines = [&item](const std::string& name) {
+        const std::string text = item(name);
+        return text.substr(text.find("title="));
+    };
+    EXPECT_EQ(temp.Read("Job/ECLs/Repair.ecl"), "; Kestrova -- Encoder Control List\r\n[item]\r\n" + lines("002") +
+                                                   "[item]\r\n" + lines("003") + " \r\n");
+    EXPECT_EQ(Commands(), std::vector<std::string>{"K:\\CCE\\cctspt.exe -ecl \"K:\\Job\\ECLs\\Repair.ecl\" -batch"});
+    EXPECT_TRUE(Logged("ASSETS WERE NOT ENCODED - RECREATED ECL FILE TO RETRY RUN#1"));
+
+    // Once every stream is whole, the list is written and removed again.
+    Put(std::string(kFrameServing) + "002.mpv", whole);
+    Put(std::string(kFrameServing) + "003.mpv", whole);
+    EXPECT_FALSE(ConfirmAssetEncoding(job, 2));
+    EXPECT_FALSE(Has("Job/ECLs/Repair.ecl"));
+    EXPECT_TRUE(Logged("Removing this ECL - nothing written to it: Repair.ecl"));
 }
 
 }  // namespace
