@@ -113,6 +113,8 @@ struct JobContext {
     int StageBar = 0;
     int JobBar = 0;
     std::int16_t RejigMode = 0;
+    // Set once a BeSweet pass is queued for the job.
+    std::int16_t BeSweetUsed = 0;
     // Set when the SoftEncode self-test window had to be closed by the wait.
     std::int16_t SoftEncodeTestClosed = 0;
 
