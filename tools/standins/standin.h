@@ -51,6 +51,12 @@ std::span<const PersonalityEntry> Personalities();
 std::string ReadJobFile(const Invocation& call, const std::string& windowsPath);
 void WriteJobFile(const Invocation& call, const std::string& windowsPath, const std::string& bytes);
 
+// The switches of ArgumentText as a tool that parses its own line reads
+// them: blanks separate switches, a double quote opens or closes a run in
+// which blanks are kept (-C"K:\a b.wav" gives -CK:\a b.wav), and a
+// backslash is just a character. Throws Error for a quote left open.
+std::vector<std::string> SplitArgumentText(const Invocation& call);
+
 // Parses a whole non-negative number argument; throws Error naming it.
 long ParseNumber(const std::string& text, const char* what);
 
