@@ -93,7 +93,7 @@ AudioConversion PlanEncode(const Invocation& call, const SoftEncodeCall& line) {
     const auto parameters = ReadParameters(call, line.Ini);
     const auto value = [&](const char* key, const char* otherwise) -> std::string {
         for (const auto& [name, text] : parameters) {
-            if (name == key) return text;
+            if (name == platform::ToUpperAscii(key)) return text;
         }
         if (otherwise != nullptr) return otherwise;
         throw Error("The settings file \"" + line.Ini + "\" has no " + key + " in [Parameters]");
@@ -104,18 +104,18 @@ AudioConversion PlanEncode(const Invocation& call, const SoftEncodeCall& line) {
     };
     AudioConversion conversion;
     conversion.Output = line.Output;
-    conversion.Ac3Kbps = Ac3Bitrate(number("DATARATE", nullptr), "DataRate of \"" + line.Ini + "\"");
-    const long rate = number("SAMPLERATE", "0");
+    conversion.Ac3Kbps = Ac3Bitrate(number("DataRate", nullptr), "DataRate of \"" + line.Ini + "\"");
+    const long rate = number("SampleRate", "0");
     if (rate != 0 && rate != 48000) {
         throw Error("SampleRate=" + std::to_string(rate) + " of \"" + line.Ini +
                     "\" is not 0 (48 kHz), the only rate encoded here");
     }
-    const std::string lfe = value("USELFE", "Off");
+    const std::string lfe = value("UseLFE", "Off");
     if (!platform::EqualsIgnoreCase(lfe, "On") && !platform::EqualsIgnoreCase(lfe, "Off")) {
         throw Error("UseLFE=" + lfe + " of \"" + line.Ini + "\" is not On or Off");
     }
     const bool withLfe = platform::EqualsIgnoreCase(lfe, "On");
-    const long mode = number("CODEMODE", nullptr);
+    const long mode = number("CodeMode", nullptr);
     std::string needed;
     if (mode == 2) {
         conversion.Layout = withLfe ? "2.1" : "stereo";
