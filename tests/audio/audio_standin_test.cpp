@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <map>
 #include <numbers>
 #include <sstream>
 #include <string>
@@ -51,18 +50,15 @@ struct AudioFixture {
         return runner.History().back().ExitCode;
     }
 
-    // What ffprobe says of the first stream and the file: codec_name, sample_rate, channels, bit_rate, duration.
-    std::map<std::string, std::string> Probe(const std::string& name) const {
-        std::istringstream lines(test::CaptureCommand(
+    // "ac3 48000 2 192000" (codec, rate, channels, bitrate) and the duration, as ffprobe reads them.
+    std::pair<std::string, double> Probe(const std::string& name) const {
+        std::istringstream in(test::CaptureCommand(
             "ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels,bit_rate:"
-            "format=duration -of default=noprint_wrappers=1 '" + temp.Host(kFolder + name) + "'"));
-        std::map<std::string, std::string> fields;
-        for (std::string line; std::getline(lines, line);) {
-            if (const auto equals = line.find('='); equals != std::string::npos) {
-                fields[line.substr(0, equals)] = line.substr(equals + 1);
-            }
-        }
-        return fields;
+            "format=duration -of default=noprint_wrappers=1:nokey=1 '" + temp.Host(kFolder + name) + "'"));
+        std::vector<std::string> words;
+        for (std::string word; in >> word;) words.push_back(word);
+        if (words.size() != 5) return {"ffprobe: " + name, 0};
+        return {words[0] + " " + words[1] + " " + words[2] + " " + words[3], std::stod(words[4])};
     }
 
     // The frequency among a few candidates that holds ten times the power of
@@ -138,14 +134,10 @@ TEST(AudioStandin, BeSweetConvertsEachLineFormTheJobWrites) {
     for (const Case& c : cases) {
         const std::string line = kBeSweet + c.Source + "\" -output \"" + kDrive + c.Output + c.Tail;
         ASSERT_EQ(f.Run(line), 0) << line << "\n" << f.output;
-        auto probed = f.Probe(c.Output);
-        const std::string source = c.Source.substr(kDrive.size());
-        EXPECT_EQ(probed["codec_name"] + " " + probed["sample_rate"] + " " + probed["channels"] + " " +
-                      probed["bit_rate"],
-                  c.Codec + " 48000 " + c.Channels + " " + c.Bitrate)
-            << line;
-        const double expected = std::stod(f.Probe(source)["duration"]) * c.Speed + c.AddedMs / 1000;
-        EXPECT_NEAR(std::stod(probed["duration"]), expected, 0.032) << line;
+        const auto [shape, duration] = f.Probe(c.Output);
+        EXPECT_EQ(shape, c.Codec + " 48000 " + c.Channels + " " + c.Bitrate) << line;
+        const double source = f.Probe(c.Source.substr(kDrive.size())).second;
+        EXPECT_NEAR(duration, source * c.Speed + c.AddedMs / 1000, 0.032) << line;
         EXPECT_EQ(f.Tone(c.Output, 0), 440) << line;
         EXPECT_EQ(f.Tone(c.Output, 1), 1000) << line;
         EXPECT_FALSE(f.temp.Exists(kFolder + c.Output + ".partial")) << line;
@@ -175,11 +167,8 @@ TEST(AudioStandin, SoftEncodeEncodesTheLayoutOfTheIniThroughTheJobsBatchFiles) {
     const std::pair<const char*, const char*> expected[] = {{"two.ac3", "ac3 48000 2 224000"},
                                                             {"six.ac3", "ac3 48000 6 448000"}};
     for (const auto& [name, shape] : expected) {
-        auto probed = f.Probe(name);
-        EXPECT_EQ(probed["codec_name"] + " " + probed["sample_rate"] + " " + probed["channels"] + " " +
-                      probed["bit_rate"],
-                  shape);
-        EXPECT_NEAR(std::stod(probed["duration"]), 2.0, 0.032) << name;
+        EXPECT_EQ(f.Probe(name).first, shape);
+        EXPECT_NEAR(f.Probe(name).second, 2.0, 0.032) << name;
         EXPECT_EQ(f.Tone(name, 0), 440) << name;
         EXPECT_EQ(f.Tone(name, 1), 1000) << name;
     }
