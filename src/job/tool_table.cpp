@@ -31,6 +31,10 @@ constexpr OutsideTool kOutsideTools[] = {
     {"HCbatch_015a.exe", "HC", kProgramFolder, "HCenc", "", "", ""},
     {"Rejig.exe", "", kProgramFolder, "Rejig", "", "", ""},
     {"Muxman.exe", "", kProgramFolder, "", "", "0.15.0.0", "Muxman"},
+    // The audio converters. SoftEncode is called by the path its setting
+    // holds; its folder here is where a laid-out program folder has it.
+    {"BeSweet.exe", "AC3", kProgramFolder, "BeSweet", "", "", ""},
+    {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
 };
 
 }  // namespace

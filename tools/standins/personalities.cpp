@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 17> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 19> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -44,6 +44,12 @@ constexpr std::array<PersonalityEntry, 17> kPersonalities = {{
     {"Rejig", RunRejig, true,
      "Rejig -i LIST -auto -close -quiet  requantises each -level Q -i\"X.M2V\" of LIST into X.mpv\n"
      "                       (M2VRequantiser)"},
+    {"BeSweet", RunBeSweet, true,
+     "BeSweet -core( -input \"SRC\" -output \"DST\" [-2ch|-6chwav] ) [-ssrc( --rate R )] [-azid( ... )]\n"
+     "                       [-ota( -r A B -d N -e M )] [-ac3enc( -b N )]  converts audio with ffmpeg"},
+    {"SoftEncode", RunSoftEncode, true,
+     "SoftEncode -A -P INI -o OUT -L WAV -R WAV [-C WAV -l WAV -r WAV -e WAV] -N\n"
+     "                       encodes a WAV file to AC3 as the ini's [Parameters] say, with ffmpeg"},
 }};
 
 }  // namespace

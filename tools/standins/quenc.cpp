@@ -33,37 +33,13 @@ namespace kestrova::standin {
 
 namespace {
 
-// The switches of the line as written.
-std::vector<std::string> SplitAsWritten(const std::string& text) {
-    std::vector<std::string> tokens;
-    std::string token;
-    bool quoted = false;
-    bool inToken = false;
-    for (const char c : text) {
-        if (c == '"') {
-            quoted = !quoted;
-            inToken = true;
-        } else if ((c == ' ' || c == '\t') && !quoted) {
-            if (inToken) tokens.push_back(token);
-            token.clear();
-            inToken = false;
-        } else {
-            token += c;
-            inToken = true;
-        }
-    }
-    if (quoted) throw Error("QuEnc: a double quote on the command line is not closed");
-    if (inToken) tokens.push_back(token);
-    return tokens;
-}
-
 EncodeRequest ParseQuEncLine(const Invocation& call) {
     EncodeRequest request;
     request.MaxBitrate = 9800;
     request.DcPrecision = 8;
     bool vbr = false;
     int passes = 1;
-    const std::vector<std::string> tokens = SplitAsWritten(call.ArgumentText);
+    const std::vector<std::string> tokens = SplitArgumentText(call);
     for (std::size_t i = 0; i < tokens.size(); ++i) {
         const std::string name = platform::ToUpperAscii(tokens[i]);
         const auto value = [&]() -> const std::string& {

@@ -51,6 +51,12 @@ std::span<const PersonalityEntry> Personalities();
 std::string ReadJobFile(const Invocation& call, const std::string& windowsPath);
 void WriteJobFile(const Invocation& call, const std::string& windowsPath, const std::string& bytes);
 
+// The switches of ArgumentText as a tool that parses its own line reads
+// them: blanks separate switches, a double quote opens or closes a run in
+// which blanks are kept (-C"K:\a b.wav" gives -CK:\a b.wav), and a
+// backslash is just a character. Throws Error for a quote left open.
+std::vector<std::string> SplitArgumentText(const Invocation& call);
+
 // Parses a whole non-negative number argument; throws Error naming it.
 long ParseNumber(const std::string& text, const char* what);
 
@@ -69,5 +75,8 @@ int RunEclCce(const Invocation& call);   // the list through "EclCCE.ini"
 int RunQuEnc(const Invocation& call);
 int RunHcEncoder(const Invocation& call);
 int RunRejig(const Invocation& call);
+// The audio converters (besweet.cpp, soft_encode.cpp).
+int RunBeSweet(const Invocation& call);
+int RunSoftEncode(const Invocation& call);
 
 }  // namespace kestrova::standin
