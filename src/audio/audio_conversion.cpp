@@ -26,9 +26,6 @@ std::string Replaced(std::string text, std::string_view from, std::string_view t
     return text;
 }
 
-constexpr std::int16_t kHidden = 0;
-constexpr std::int16_t kNormal = 1;
-
 std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
 std::string Short(const JobContext& job, const std::string& path) { return job.Files.Paths().GetShortPath(path); }
@@ -91,7 +88,7 @@ std::pair<std::int32_t, std::int32_t> VideoAndAudioFrames(JobContext& job, const
 }
 
 // Runs a batch of the menu when it is there, hidden unless asked.
-bool RunBatch(JobContext& job, const char* name, const char* told, std::int16_t style = kHidden) {
+bool RunBatch(JobContext& job, const char* name, const char* told, std::int16_t style = kWindowHidden) {
     const std::string batch = Batch(job, name);
     if (!job.Files.FileExists(batch)) return false;
     WLOG(job, told);
@@ -123,7 +120,7 @@ void EnableAudioProcess(JobContext& job) {
         RunBatch(job, "BeSweetEncoder.bat", "Converting WAV files to AC3 with BeSweet");
         if (RunBatch(job, "DelayCorrector.bat", "Correcting Audio Delay and/or CRC errors")) RenameEncoded(job, true);
     } else {
-        if (RunBatch(job, "BeSweet.Conversion.bat", "PreProcessing AC3/WAV files with BeSweet", kNormal)) {
+        if (RunBatch(job, "BeSweet.Conversion.bat", "PreProcessing AC3/WAV files with BeSweet", kWindowNormal)) {
             MsgWaitObj(job, 1000);
         }
         RunBatch(job, "BeSweetEncoder.bat", "Converting WAV files to AC3 with BeSweet");

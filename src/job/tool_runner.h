@@ -25,6 +25,12 @@ void JobPump(JobContext& job);
 // and the run leaves at its next stop test.
 void ServeMessages(JobContext& job);
 
+// The window styles a tool is started with.
+inline constexpr std::int16_t kWindowHidden = 0;
+inline constexpr std::int16_t kWindowNormal = 1;
+inline constexpr std::int16_t kWindowMinimized = 2;
+inline constexpr std::int16_t kWindowMinimizedInactive = 6;
+
 // Runs a Windows command line and waits for its end. No exit code is read:
 // a stage knows how a tool fared by the files it left.
 void ShellAndWait(JobContext& job, const std::string& commandLine, std::int16_t windowStyle);

@@ -19,8 +19,6 @@ using platform::WithoutExtension;
 
 namespace {
 
-constexpr std::int16_t kMinimizedInactive = 6;
-
 std::string Root(const JobContext& job) { return job.DiscModel.Item(1).Root; }
 
 bool StartsWith(const std::string& line, const char* head) { return line.rfind(head, 0) == 0; }
@@ -127,12 +125,12 @@ bool ConfirmAssetEncoding(JobContext& job, std::int16_t Attempt) {
     s.Encoding = -1;
     const auto& paths = job.Files.Paths();
     if (s.CCEVersion.rfind("2.7", 0) == 0) {
-        ShellAndWait(job, paths.GetShortPath(s.CCEPath) + " -ecl \"" + repair + "\" -batch", kMinimizedInactive);
+        ShellAndWait(job, paths.GetShortPath(s.CCEPath) + " -ecl \"" + repair + "\" -batch", kWindowMinimizedInactive);
     } else {
         ShellAndWait(job,
                      paths.GetShortPath(job.ProgramFolder) + "\\EclCCE.exe -ecl \"" + repair +
                          "\" -batch -nocancel -hideshutdown",
-                     kMinimizedInactive);
+                     kWindowMinimizedInactive);
     }
     s.Encoding = 0;
     return true;

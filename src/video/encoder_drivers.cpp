@@ -22,12 +22,6 @@ using platform::WithoutExtension;
 
 namespace {
 
-// Window styles of the encoder runs.
-constexpr std::int16_t kHidden = 0;
-constexpr std::int16_t kNormal = 1;
-constexpr std::int16_t kMinimized = 2;
-constexpr std::int16_t kMinimizedInactive = 6;
-
 std::string Short(const JobContext& job, const std::string& path) { return job.Files.Paths().GetShortPath(path); }
 
 std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
@@ -74,7 +68,7 @@ void JoinParts(JobContext& job, const VTS_Properties& domain, std::int16_t v, co
     const std::string batch = domain.OutputDir + "\\FRAMESERVING\\JoinM2V.bat";
     job.Files.WriteText(batch, "Copy /b " + folder + "*" + stem + ".pt.*" + partExtension + " " + folder + stem +
                                    ".mpv\r\n");
-    ShellAndWait(job, Short(job, batch), kHidden);
+    ShellAndWait(job, Short(job, batch), kWindowHidden);
 }
 
 bool Skipped(const VTS_Properties& domain, const VOB_ID_Properties& vob) {
@@ -215,12 +209,12 @@ void EnableCCEProcess(JobContext& job) {
         const std::string list = Root(job) + "\\ECLs\\CCE" + std::to_string(i) + ".ecl";
         if (!job.Files.FileExists(list)) continue;
         if (s.CCEVersion.rfind("2.7", 0) == 0 || s.CCEBasic != 0) {
-            ShellAndWait(job, Short(job, s.CCEPath) + " -ecl " + Quoted(list) + " -batch", kMinimizedInactive);
+            ShellAndWait(job, Short(job, s.CCEPath) + " -ecl " + Quoted(list) + " -batch", kWindowMinimizedInactive);
         } else {
             ShellAndWait(job,
                          Short(job, job.ProgramFolder) + "\\EclCCE.exe -ecl " + Quoted(list) +
                              " -batch -nocancel -hideshutdown",
-                         kMinimizedInactive);
+                         kWindowMinimizedInactive);
         }
     }
     s.Encoding = 0;
@@ -245,7 +239,7 @@ void EnableEncodingProcess(JobContext& job, const std::string& EncoderPath) {
                 for (std::size_t cell = 1; cell <= vob.CELL_ID.Count(); ++cell) {
                     const auto [first, last] = ChapterRange(vob, cell);
                     TrimAVS(job, script, first, last);
-                    ShellAndWait(job, encoder + " -ecl " + Quoted(list) + " -batch", kMinimizedInactive);
+                    ShellAndWait(job, encoder + " -ecl " + Quoted(list) + " -batch", kWindowMinimizedInactive);
                     const std::string part = frameserving + CreateVOBName(v) + Conv(job) + ".pt." +
                                              CreateCellName(static_cast<int>(cell)) + ".mpv";
                     if (job.Files.FileExists(part)) job.Files.DeleteFile(part);
@@ -258,7 +252,7 @@ void EnableEncodingProcess(JobContext& job, const std::string& EncoderPath) {
                 const auto& record = vob.CELL_ID.Item(cell);
                 if (EncodableScript(job, record.CCE_Encoded, record.QuencAVS).empty()) continue;
                 const std::string list = listStem + CreateVOBName(v) + "_" + CreateCellName(static_cast<int>(cell)) + ".ecl";
-                ShellAndWait(job, encoder + " -ecl " + Quoted(list) + " -batch", kMinimizedInactive);
+                ShellAndWait(job, encoder + " -ecl " + Quoted(list) + " -batch", kWindowMinimizedInactive);
             }
         }
     }
@@ -320,7 +314,7 @@ void EnableQuenc(JobContext& job) {
                 ShellAndWait(job,
                              Short(job, o.QuencPath) + " -i " + Quoted(input) + " -o " + Quoted(output) + field +
                                  maxRate + vob.QuencProg + tail,
-                             kMinimized);
+                             kWindowMinimized);
             };
             if (vob.Vob_Type == "Video") {
                 const std::string script = EncodableScript(job, vob.CCE_Encoded, vob.QuencAVS);
@@ -393,7 +387,7 @@ void EnableHCProcess(JobContext& job) {
                 const std::string ini =
                     WriteHCIni(job, static_cast<std::int16_t>(d), v, v, static_cast<std::int16_t>(d - 1), cell, cell);
                 LogWindow(job, " *Encoding: " + vts + ", VOB# " + std::to_string(v) + label);
-                ShellAndWait(job, Short(job, o.HCPath) + " -ini " + ini, kNormal);
+                ShellAndWait(job, Short(job, o.HCPath) + " -ini " + ini, kWindowNormal);
             };
             if (vob.Vob_Type == "Video") {
                 if (!EncodableScript(job, vob.CCE_Encoded, vob.QuencAVS).empty()) run(0, "");

@@ -47,7 +47,7 @@ TEST_F(AudioInspection, RealStreamsGiveTheirRateBitrateChannelsAndLength) {
                                                            "stream=nb_read_packets -of csv=p=0 '" +
                                                            temp.Host("Job/a.ac3") + "'").c_str());
         const long video = std::lround(packets / 1.25);
-        char length[16];
+        char length[48];
         std::snprintf(length, sizeof length, "00:00:%02ld;%02ld", video / 25, video % 25);
         EXPECT_EQ(facts[4], length) << packets << " packets";
         facts[4].clear();
