@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kId3HeaderBytes = 10;   // "ID3", version 2, flags 1, size 4 (7 bits a byte)
 constexpr std::size_t kId3v1TagBytes = 128;   // "TAG" and the fields, at the very end
+constexpr std::size_t kPageBytes = 4096;
 
 std::string HexBytes(const std::uint8_t* p, std::size_t count) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
@@ -52,12 +53,24 @@ void StreamWindow::DropBefore(std::uint64_t offset) {
 
 std::span<std::uint8_t> StreamWindow::Room(std::size_t count) {
     if (buffer_.size() - end_ < count) {
-        if (begin_ > 0) {
-            std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-            end_ -= begin_;
-            begin_ = 0;
+        // The bytes still held move to the front, placed so that the new
+        // ones start on a page boundary: the system copies a file's pages
+        // fastest to an aligned place.
+        const std::size_t held = end_ - begin_;
+        const auto address = reinterpret_cast<std::uintptr_t>(buffer_.data());
+        const std::size_t start = (kPageBytes - (address + held) % kPageBytes) % kPageBytes;
+        if (buffer_.size() < start + held + count) {
+            std::vector<std::uint8_t> larger(held + count + kPageBytes);
+            const auto at = reinterpret_cast<std::uintptr_t>(larger.data());
+            const std::size_t placed = (kPageBytes - (at + held) % kPageBytes) % kPageBytes;
+            if (held > 0) std::memcpy(larger.data() + placed, buffer_.data() + begin_, held);
+            buffer_ = std::move(larger);
+            begin_ = placed;
+        } else {
+            if (held > 0) std::memmove(buffer_.data() + start, buffer_.data() + begin_, held);
+            begin_ = start;
         }
-        if (buffer_.size() - end_ < count) buffer_.resize(end_ + count);
+        end_ = begin_ + held;
     }
     return {buffer_.data() + end_, count};
 }

@@ -21,7 +21,8 @@ namespace kestrova {
 
 namespace {
 
-// Blocks small enough to stay in the processor's cache from the read to the CRCs.
+// Blocks small enough to stay in the processor's cache from the read to the
+// CRCs (a quarter of 1 MiB read faster than 1 MiB or 64 KiB on the benchmark).
 constexpr std::size_t kBlockBytes = 256 << 10;
 // How much of a file's start the format is recognised from.
 constexpr std::size_t kSniffBytes = 64 * 1024;

@@ -80,11 +80,12 @@ constexpr long long PowerMod(unsigned n) {
     return remainder;
 }
 
-// x^32 / P(x), for the Barrett reduction of a 32-bit remainder.
+// x^64 / P(x), for the Barrett reduction of a 64-bit remainder.
 constexpr std::uint64_t BarrettQuotient() {
-    std::uint64_t remainder = std::uint64_t{1} << 32;
-    std::uint64_t quotient = 0;
-    for (int bit = 32; bit >= 16; --bit) {
+    // x^64 is one bit past 64 bits: its first step of the division is done here.
+    std::uint64_t remainder = std::uint64_t{kPolynomial} << 48;
+    std::uint64_t quotient = std::uint64_t{1} << 48;
+    for (int bit = 63; bit >= 16; --bit) {
         if (((remainder >> bit) & 1) != 0) {
             remainder ^= std::uint64_t{0x10000 | kPolynomial} << (bit - 16);
             quotient |= std::uint64_t{1} << (bit - 16);
@@ -118,24 +119,19 @@ KESTROVA_NARROW __m128i Load(const std::uint8_t* p) {
     return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), ReverseBytes());
 }
 
-// The register of a message congruent to `value`: value x^16 mod P. Each
-// step keeps a value congruent to it, in fewer bits: 80, 64, 47, 32, then
-// Barrett's quotient by P from the top 16 bits leaves the remainder.
+// The register of a message congruent to `value`: value x^16 mod P. Two
+// folds keep a value congruent to it in 80 bits, then 64; Barrett's
+// quotient by P, from the top 48 bits, leaves the remainder.
 KESTROVA_NARROW std::uint16_t Reduce(__m128i value) {
     constexpr long long kX64 = PowerMod(64);
-    constexpr long long kX32 = PowerMod(32);
     constexpr long long kQuotient = static_cast<long long>(BarrettQuotient());
     constexpr long long kP = 0x10000 | kPolynomial;
-    const __m128i low32 = _mm_set_epi64x(0, 0xFFFFFFFF);
-    const __m128i x32 = _mm_set_epi64x(0, kX32);
     const __m128i wide = Fold(value, Step<16>());
-    const __m128i rest = _mm_xor_si128(_mm_move_epi64(wide), _mm_clmulepi64_si128(wide, _mm_set_epi64x(0, kX64), 0x01));
-    __m128i small =
-        _mm_xor_si128(_mm_and_si128(rest, low32), _mm_clmulepi64_si128(_mm_srli_epi64(rest, 32), x32, 0x00));
-    small = _mm_xor_si128(_mm_and_si128(small, low32), _mm_clmulepi64_si128(_mm_srli_epi64(small, 32), x32, 0x00));
+    const __m128i rest =
+        _mm_xor_si128(_mm_move_epi64(wide), _mm_clmulepi64_si128(wide, _mm_set_epi64x(0, kX64), 0x01));
     const __m128i quotient =
-        _mm_srli_epi64(_mm_clmulepi64_si128(_mm_srli_epi64(small, 16), _mm_set_epi64x(0, kQuotient), 0x00), 16);
-    const __m128i remainder = _mm_xor_si128(small, _mm_clmulepi64_si128(quotient, _mm_set_epi64x(0, kP), 0x00));
+        _mm_srli_si128(_mm_clmulepi64_si128(_mm_srli_epi64(rest, 16), _mm_set_epi64x(0, kQuotient), 0x00), 6);
+    const __m128i remainder = _mm_xor_si128(rest, _mm_clmulepi64_si128(quotient, _mm_set_epi64x(0, kP), 0x00));
     return static_cast<std::uint16_t>(_mm_cvtsi128_si32(remainder));
 }
 
@@ -174,6 +170,7 @@ KESTROVA_WIDE __m128i FoldWide(__m128i value, const std::uint8_t*& p, std::size_
             a2 = FoldWide(a2, by2048, LoadWide(p + 128));
             a3 = FoldWide(a3, by2048, LoadWide(p + 192));
         }
+        // Each moved on to the end by its own distance: the products run side by side.
         a0 = FoldWide(a0, StepWide<1536>(), FoldWide(a1, StepWide<1024>(), FoldWide(a2, StepWide<512>(), a3)));
     }
     const __m512i by512 = StepWide<512>();
