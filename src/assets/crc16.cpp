@@ -4,7 +4,7 @@
 // (four of them, or sixteen in four 512-bit registers). Moving a 128-bit
 // value V = H x^64 + L on by D bits is H (x^(64+D) mod P) + L (x^D mod P),
 // two carry-less products of at most 80 bits; so V stays congruent to the
-// message read so far, modulo P. At the end V x^16 is brought down to 32
+// message read so far, modulo P. At the end V x^16 is brought down to 64
 // bits the same way and reduced by Barrett's method: the register the
 // message leaves. The register after a message from a starting register s
 // is that from zero plus s x^(8 length) mod P.

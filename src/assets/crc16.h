@@ -2,8 +2,8 @@
 // significant bit first, no final inversion: the check words of AC3
 // syncframes (crc1, crc2) and of MPEG audio frames. The audio scanner runs
 // it over every byte of a stream, so on x86-64 processors with carry-less
-// multiplication it folds 64 or 256 bytes a step; elsewhere it goes a byte a step
-// through a table. Both give the same value for every input.
+// multiplication it folds 64 or 256 bytes a step; elsewhere it goes a byte
+// a step through a table. All ways give the same value for every input.
 #pragma once
 
 #include <cstdint>
