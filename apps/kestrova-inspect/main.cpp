@@ -1,11 +1,15 @@
-// kestrova-inspect: prints what the reader sees of a disc. Each way of
-// looking is one row of the mode table below (its option, what it reads, its
-// help line and the function that prints), so a new view is one more row.
+// kestrova-inspect: prints what the readers see of a disc or of audio
+// files. Each way of looking is one row of the mode table below (its
+// option, what it reads, its help line and the function that prints), so a
+// new view is one more row.
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "assets/audio_stream.h"
+#include "assets/program_stream.h"
 #include "dvd/crosscheck_dump.h"
 #include "dvd/ifo_reader.h"
 #include "dvd/model_print.h"
@@ -126,21 +130,107 @@ void PrintCrossCheck(Session& session, const std::string& folder) {
     std::cout << CrossCheckDump(session.Job, playback);
 }
 
+// One stream's facts and bad spots.
+PrintNode AudioStreamNode(const AudioStream& stream) {
+    PrintNode node = PrintNode::Object();
+    if (stream.Stream != 0) node.Set("id", "0x" + StreamHex(stream.Stream));
+    node.Set("format", AudioFormatName(stream.Format));
+    if (stream.Coding != AudioFormatName(stream.Format)) node.Set("coding", stream.Coding);
+    if (stream.SampleRate != 0) node.Set("sample_rate", std::int64_t{stream.SampleRate});
+    if (stream.Channels != 0) {
+        node.Set("channels", std::int64_t{stream.Channels});
+        node.Set("lfe", stream.Lfe ? "yes" : "no");
+    }
+    if (!stream.Layout.empty()) node.Set("layout", stream.Layout + (stream.Lfe ? "+LFE" : ""));
+    if (stream.BitsPerSample != 0) node.Set("bits_per_sample", std::int64_t{stream.BitsPerSample});
+    if (stream.BitRate != 0) node.Set("bit_rate", stream.BitRate);
+    const char* counted = stream.Format == AudioFormat::Lpcm ? "packets"
+                          : stream.Format == AudioFormat::Wav ? "sample_frames"
+                                                              : "frames";
+    if (stream.Format != AudioFormat::Lpcm || stream.Stream != 0) {
+        node.Set(counted, static_cast<std::int64_t>(stream.Frames));
+        node.Set("duration_ms", static_cast<std::int64_t>(std::llround(stream.Duration * 1000)));
+    }
+    if (stream.FirstSync) node.Set("first_frame_offset", static_cast<std::int64_t>(*stream.FirstSync));
+    node.Set("bytes", static_cast<std::int64_t>(stream.Bytes));
+    if (!stream.Note.empty()) node.Set("note", stream.Note);
+    node.Set("bad_spots", static_cast<std::int64_t>(stream.Faults.size() + stream.FaultsNotListed));
+    PrintNode& spots = node.Set("bad_spot", PrintNode::Array());
+    for (const AudioFault& fault : stream.Faults) {
+        PrintNode& spot = spots.Push(PrintNode::Object());
+        spot.Set("offset", static_cast<std::int64_t>(fault.Offset));
+        spot.Set("what", fault.What);
+    }
+    if (stream.FaultsNotListed != 0) {
+        node.Set("bad_spots_not_listed", static_cast<std::int64_t>(stream.FaultsNotListed));
+    }
+    return node;
+}
+
+// Audio files on the host: an elementary stream or WAV file is one stream,
+// a VOB (a program stream) lists its audio sub-streams. A file that cannot
+// be read is named on the error stream, the others are still printed, and
+// the run fails at the end.
+void PrintAudioFiles(const std::vector<std::string>& paths, bool json) {
+    PrintNode root = PrintNode::Object();
+    PrintNode& files = root.Set("file", PrintNode::Array());
+    std::size_t failed = 0;
+    for (const std::string& path : paths) {
+        try {
+            PrintNode file = PrintNode::Object();
+            file.Set("path", path);
+            PrintNode streams = PrintNode::Array();
+            if (IsProgramStreamFile(path)) {
+                const VobAudio vob = ScanVobAudioFile(path);
+                file.Set("packs", static_cast<std::int64_t>(vob.Packs));
+                PrintNode& spots = file.Set("bad_pack", PrintNode::Array());
+                for (const AudioFault& fault : vob.Faults) {
+                    PrintNode& spot = spots.Push(PrintNode::Object());
+                    spot.Set("offset", static_cast<std::int64_t>(fault.Offset));
+                    spot.Set("what", fault.What);
+                }
+                for (const AudioStream& stream : vob.Streams) streams.Push(AudioStreamNode(stream));
+            } else {
+                streams.Push(AudioStreamNode(ScanAudioFile(path)));
+            }
+            file.Set("stream", std::move(streams));
+            files.Push(std::move(file));
+        } catch (const Error& failure) {
+            std::cerr << failure.what() << "\n";
+            ++failed;
+        }
+    }
+    std::cout << (json ? root.RenderJson() : root.RenderText());
+    if (failed > 0) {
+        throw Error(std::to_string(failed) + " of " + std::to_string(paths.size()) + " files could not be read.");
+    }
+}
+
+void PrintAudio(Session&, const std::vector<std::string>& paths) { PrintAudioFiles(paths, false); }
+
+void PrintAudioJson(Session&, const std::vector<std::string>& paths) { PrintAudioFiles(paths, true); }
+
 struct Mode {
     const char* Option;   // empty for the mode without one
-    const char* Operand;  // what the one argument after the option is
+    const char* Operand;  // what the arguments after the option are
+    bool Many;            // one argument or more (otherwise exactly one)
     const char* Help;
-    void (*Print)(Session& session, const std::string& operand);
+    void (*Print)(Session& session, const std::vector<std::string>& operands);
 };
 
 const Mode kModes[] = {
-    {"", "VIDEO_TS_FOLDER", "the DVD model as lines, then the first-play and title PGCs", PrintText},
-    {"--json", "VIDEO_TS_FOLDER", "the same as JSON", PrintJson},
-    {"--crosscheck", "VIDEO_TS_FOLDER", "all PGCs in the lines dvdread-dump prints", PrintCrossCheck},
+    {"", "VIDEO_TS_FOLDER", false, "the DVD model as lines, then the first-play and title PGCs",
+     [](Session& session, const std::vector<std::string>& operands) { PrintText(session, operands[0]); }},
+    {"--json", "VIDEO_TS_FOLDER", false, "the same as JSON",
+     [](Session& session, const std::vector<std::string>& operands) { PrintJson(session, operands[0]); }},
+    {"--crosscheck", "VIDEO_TS_FOLDER", false, "all PGCs in the lines dvdread-dump prints",
+     [](Session& session, const std::vector<std::string>& operands) { PrintCrossCheck(session, operands[0]); }},
+    {"--audio", "FILE...", true, "each audio stream of AC3, MPEG audio, DTS, LPCM, WAV and VOB files", PrintAudio},
+    {"--audio --json", "FILE...", true, "the same as JSON", PrintAudioJson},
 };
 
 std::string Usage() {
-    std::string text = "Usage: kestrova-inspect [OPTION] OPERAND\n\n";
+    std::string text = "Usage: kestrova-inspect [OPTION...] OPERAND...\n\n";
     auto row = [&text](std::string call, const std::string& help) {
         call.resize(std::max<std::size_t>(call.size() + 2, 30), ' ');
         text += "  " + call + help + "\n";
@@ -160,20 +250,31 @@ int main(int argc, char** argv) {
         std::cout << Usage();
         return 0;
     }
-    const std::string option = !arguments.empty() && arguments[0].rfind("--", 0) == 0 ? arguments[0] : "";
+    // The options are the leading arguments that begin with "--", in either order.
+    std::vector<std::string> options;
+    while (options.size() < arguments.size() && arguments[options.size()].rfind("--", 0) == 0) {
+        options.push_back(arguments[options.size()]);
+    }
+    const std::vector<std::string> operands(arguments.begin() + static_cast<std::ptrdiff_t>(options.size()),
+                                            arguments.end());
+    std::sort(options.begin(), options.end(), [](const std::string& a, const std::string& b) {
+        return (a == "--json") < (b == "--json");  // "--json" last, as the table writes it
+    });
+    std::string option;
+    for (const std::string& one : options) option += (option.empty() ? "" : " ") + one;
     const Mode* mode = nullptr;
     for (const Mode& row : kModes) {
         if (option == row.Option) mode = &row;
     }
     try {
         if (mode == nullptr) throw Error("There is no option " + option + "; kestrova-inspect --help lists them.");
-        const std::size_t operands = arguments.size() - (option.empty() ? 0 : 1);
-        if (operands != 1) {
-            throw Error(std::string("kestrova-inspect ") + mode->Option + (option.empty() ? "" : " ") +
-                        "takes one " + mode->Operand + "; kestrova-inspect --help lists the modes.");
+        if (mode->Many ? operands.empty() : operands.size() != 1) {
+            throw Error(std::string("kestrova-inspect ") + mode->Option + (option.empty() ? "" : " ") + "takes " +
+                        (mode->Many ? "at least one " : "one ") + mode->Operand +
+                        "; kestrova-inspect --help lists the modes.");
         }
         Session session;
-        mode->Print(session, arguments.back());
+        mode->Print(session, operands);
     } catch (const Error& failure) {
         std::cerr << failure.what() << "\n";
         return 1;

@@ -134,6 +134,31 @@ const Pack* ProgramStreamReader::Next() {
     return &pack_;
 }
 
+std::uint64_t ProgramStreamReader::SkipDamagedPack() {
+    const auto pass = [this](std::size_t count) {
+        begin_ += count;
+        consumed_ += count;
+    };
+    pass(std::min<std::size_t>(1, end_ - begin_));
+    for (;;) {
+        Fill();
+        const std::uint8_t* const data = buffer_.data();
+        for (std::size_t at = begin_; at + 4 <= end_; ++at) {
+            if (data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1 && data[at + 3] == kPackStart) {
+                pass(at - begin_);
+                ++packNumber_;
+                return consumed_;
+            }
+        }
+        // Keep the last three bytes: they may begin a start code.
+        if (atEnd_ || end_ - begin_ <= 3) {
+            pass(end_ - begin_);
+            return consumed_;
+        }
+        pass(end_ - begin_ - 3);
+    }
+}
+
 void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64_t offset) {
     const std::uint8_t* p = bytes.data();
     pack_.Offset = offset;

@@ -91,6 +91,11 @@ public:
     // Bytes of the stream consumed so far.
     std::uint64_t Offset() const { return consumed_; }
 
+    // After Next() threw: passes over the damaged pack up to the next pack
+    // start code (00 00 01 BA) or the end, so that a reader that only
+    // reports damage can go on. Returns the offset it stopped at.
+    std::uint64_t SkipDamagedPack();
+
     const std::string& Name() const { return input_.Name(); }
 
 private:

@@ -15,17 +15,17 @@ constexpr std::size_t kBlockSize = 1 << 20;
 
 }  // namespace
 
-EsFileReader::EsFileReader(const std::string& hostPath) : path_(hostPath) {
+EsFileReader::EsFileReader(const std::string& hostPath, const char* kind) : path_(hostPath), kind_(kind) {
     std::error_code ec;
     if (!std::filesystem::is_regular_file(hostPath, ec)) {
-        throw Error("Cannot open the video file \"" + hostPath + "\": " +
+        throw Error("Cannot open the " + kind_ + " \"" + hostPath + "\": " +
                     (std::filesystem::exists(hostPath, ec) ? "it is not a file" : "there is no such file"));
     }
     size_ = std::filesystem::file_size(hostPath, ec);
-    if (ec) throw Error("Cannot read the size of the video file \"" + hostPath + "\": " + ec.message());
+    if (ec) throw Error("Cannot read the size of the " + kind_ + " \"" + hostPath + "\": " + ec.message());
     file_ = std::fopen(hostPath.c_str(), "rb");
     if (file_ == nullptr) {
-        throw Error("Cannot open the video file \"" + hostPath + "\": " + std::strerror(errno));
+        throw Error("Cannot open the " + kind_ + " \"" + hostPath + "\": " + std::strerror(errno));
     }
     // Large blocks: the scanners read every byte once, front to back.
     std::setvbuf(file_, nullptr, _IOFBF, kBlockSize);
@@ -39,7 +39,7 @@ std::size_t EsFileReader::Read(std::span<std::uint8_t> buffer) {
     if (buffer.empty()) return 0;
     const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file_);
     if (count < buffer.size() && std::ferror(file_) != 0) {
-        throw Error("Cannot read the video file \"" + path_ + "\" at offset " + std::to_string(position_ + count) +
+        throw Error("Cannot read the " + kind_ + " \"" + path_ + "\" at offset " + std::to_string(position_ + count) +
                     ": " + std::strerror(errno));
     }
     position_ += count;

@@ -15,8 +15,9 @@ namespace kestrova::platform {
 class EsFileReader {
 public:
     // Opens the host file. Throws Error naming it when it is missing, a
-    // folder, or cannot be opened.
-    explicit EsFileReader(const std::string& hostPath);
+    // folder, or cannot be opened; `kind` names what it should hold in those
+    // sentences ("the video file ...").
+    explicit EsFileReader(const std::string& hostPath, const char* kind = "video file");
     ~EsFileReader();
     EsFileReader(const EsFileReader&) = delete;
     EsFileReader& operator=(const EsFileReader&) = delete;
@@ -34,6 +35,7 @@ public:
 
 private:
     std::string path_;
+    std::string kind_;
     std::FILE* file_ = nullptr;
     std::uint64_t size_ = 0;
     std::uint64_t position_ = 0;
