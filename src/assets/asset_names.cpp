@@ -191,12 +191,15 @@ void AudioRename(JobContext& job, const std::string& Folder, bool Fixed) {
         if (entry.empty()) continue;
         const std::string path = JoinPath(Folder, entry);
         if (!Fixed) {
+            // A name already finished ("1-001.ac3", left by a run that was
+            // stopped and resumed) is not numbered again.
+            if (entry.size() >= 2 && entry[1] == '-') continue;
             if (plain) {
                 ReplaceWith(job, path, dest + "1-" + entry);
             } else if (entry.find("DELAY") == std::string::npos && entry.size() >= 2) {
                 if (entry[1] == '_') {
                     ReplaceWith(job, path, dest + entry.substr(0, 1) + "-" + entry.substr(2));
-                } else if (entry[1] != '-') {
+                } else {
                     ReplaceWith(job, path, dest + "1-" + entry);
                 }
             }

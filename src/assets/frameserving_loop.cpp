@@ -192,8 +192,11 @@ void NewDVD2AVIProc(JobContext& job, const FrameServingStages& stages) {
     platform::TraceFrame frame(job.Trace, "Frameserving", "NewDVD2AVIProc");
     WLOG(job, "Processing VIDEO / AUDIO files");
     if (!RecoverySkip(job, 5)) {
-        // The audio batch files are collected afresh over this domain's assets.
-        for (const char* batch : {"DelayCorrector.bat", "Soft.bat", "BeSweet.Conversion.bat"}) {
+        // The audio batch files are collected afresh over this domain's
+        // assets; those appended to per file too, so that a run resumed
+        // before this stage ended does not queue each conversion twice.
+        for (const char* batch : {"DelayCorrector.bat", "Soft.bat", "BeSweet.Conversion.bat", "SoftEncode.bat",
+                                  "BeSweetEncoder.bat"}) {
             job.Files.DeleteFile(job.WorkFolder + "\\FRAMESERVING\\" + batch);
         }
     }

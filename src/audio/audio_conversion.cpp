@@ -98,6 +98,32 @@ bool RunBatch(JobContext& job, const char* name, const char* told, std::int16_t 
     return true;
 }
 
+// The AC3 files BeSweet wrote under a WAV name, moved to their finished
+// names.
+void MoveBeSweetAc3(JobContext& job) {
+    for (const auto& [written, finished] : job.AudioMoves) {
+        if (!job.Files.FileExists(written)) continue;
+        job.Files.MoveFile(written, finished);
+        WLOG(job, "\t" + written + " Renamed to = " + finished);
+    }
+}
+
+// Each finished AC3 file the menu's conversions were to leave is there; one
+// that is not (a tool failed or wrote nothing) is named in the run log, and
+// the audio stage falls short of it: the run goes on without it.
+void CheckFinishedAudio(JobContext& job) {
+    std::size_t missing = 0;
+    std::string first;
+    for (const std::string& path : job.AudioExpected) {
+        if (job.Files.FileExists(path)) continue;
+        WLOG(job, "\tAudio file not made: " + path);
+        if (missing++ == 0) first = path;
+    }
+    if (missing == 0) return;
+    job.Stages.FallShort(std::to_string(missing) + " of the " + std::to_string(job.AudioExpected.size()) +
+                         " audio files in " + job.WorkFolder + " were not made (the first: " + first + ")");
+}
+
 void RenameEncoded(JobContext& job, bool fixed) {
     WLOG(job, "Renaming Encoded Audio Files");
     AudioRename(job, job.WorkFolder + "\\DEMUXED", fixed);
@@ -122,6 +148,7 @@ void EnableAudioProcess(JobContext& job) {
     } else {
         if (RunBatch(job, "BeSweet.Conversion.bat", "PreProcessing AC3/WAV files with BeSweet", kWindowNormal)) {
             MsgWaitObj(job, 1000);
+            MoveBeSweetAc3(job);
         }
         RunBatch(job, "BeSweetEncoder.bat", "Converting WAV files to AC3 with BeSweet");
         if (RunBatch(job, "SoftEncode.bat", "Processing Dolby Digital WAV files with SoftEncode")) {
@@ -129,6 +156,7 @@ void EnableAudioProcess(JobContext& job) {
         }
     }
     ResetProgress(job);
+    CheckFinishedAudio(job);
 }
 
 void AC3Encoder(JobContext& job, const std::string& Source, const std::string& Target, std::int16_t VobId) {
@@ -218,9 +246,18 @@ void AlterAc3(JobContext& job, const std::string& VobName, const std::string& Ou
                           static_cast<std::int16_t>(std::clamp<std::int32_t>(end, -32768, 32767)), fps);
     std::string line = BeSweet(job, true) + " -core( -input " + Quoted(Source) + " -output " + Quoted(wavPath) + profile;
     if (o.Audio_Besweet == 1) {
-        // BeSweet encodes the AC3 itself, under the WAV's name.
+        // BeSweet encodes the AC3 itself, under the WAV's name: once the
+        // batch has run it is moved to the finished name ("S-" for "S_").
         line += " -ac3enc ( -b " + std::to_string(o.Audio_Bitrate) + " )";
         job.Files.AppendLine(Batch(job, "BeSweet.Conversion.bat"), line);
+        const std::string written = job.WorkFolder +
+                                    (CellId > 0 ? "\\DEMUXED_CELLID\\" + VobName + "_" + CreateCellName(CellId)
+                                                : "\\DEMUXED\\" + VobName) +
+                                    ".Conversion.wav";
+        std::string finished = Output;
+        const std::size_t name = finished.find_last_of('\\') + 1;
+        if (finished.size() > name + 1 && finished[name + 1] == '_') finished[name + 1] = '-';
+        job.AudioMoves.emplace_back(written, finished);
     } else {
         job.Files.AppendLine(Batch(job, "BeSweet.Conversion.bat"), line);
         SoftEncoder(job, wavPath, Output, false, true, false);

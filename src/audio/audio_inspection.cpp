@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "assets/asset_names.h"
+#include "assets/audio_stream.h"
 #include "audio/audio_conversion.h"
 #include "job/bits.h"
 #include "job/folders.h"
@@ -72,10 +73,39 @@ Audio_Properties& AudioItem(VOB_ID_Properties& vob, std::int16_t stream) {
     return vob.Audio.Item(static_cast<std::size_t>(stream));
 }
 
+// Every frame of an AC3 file read with the stream reader; a file that
+// cannot be read gives no frames and one fault naming it.
+AudioStream ScanAc3(JobContext& job, const std::string& Path) {
+    try {
+        const auto reader = platform::OpenFileReader(job.Files.Paths(), Path);
+        AudioStream stream = ScanAudioStream(*reader, AudioFormat::Ac3);
+        stream.Name = Path;
+        return stream;
+    } catch (const Error& error) {
+        AudioStream stream;
+        stream.Name = Path;
+        stream.Faults.push_back({0, error.what()});
+        return stream;
+    }
+}
+
+// Names in the run log the damaged spots of an AC3 file, which the
+// authoring may stumble on: how many, and the first with its byte offset.
+void ReportAc3Damage(JobContext& job, const std::string& Path) {
+    const AudioStream stream = ScanAc3(job, Path);
+    if (stream.Faults.empty()) return;
+    const std::uint64_t count = stream.Faults.size() + stream.FaultsNotListed;
+    WLOG(job, "\tWARNING: " + Path + " has " + std::to_string(count) + " damaged spot" + (count == 1 ? "" : "s") +
+                  ", the first at byte " + std::to_string(stream.Faults.front().Offset) + ": " +
+                  stream.Faults.front().What);
+}
+
 }  // namespace
 
 void AudioCheck(JobContext& job) {
     auto& s = job.State();
+    job.AudioExpected.clear();
+    job.AudioMoves.clear();
     s.Scan = -1;
     GetFileCount(job, job.WorkFolder, "AUDIO");
     s.Scan = 0;
@@ -102,7 +132,10 @@ AudioFacts CheckAudioSource(JobContext& job, const std::string& Path, bool Exact
     if (got < 2 || bytes[0] != 0x0B || bytes[1] != 0x77) {
         // The values below are then those of whatever the bytes hold; the
         // authoring data's corrupt-stream repair deals with such a file.
-        WLOG(job, "\tNo AC3 sync word at the start of " + Path + " (" + std::to_string(got) + " bytes read)");
+        const AudioStream stream = ScanAc3(job, Path);
+        WLOG(job, "\tNo AC3 sync word at the start of " + Path + " (" + std::to_string(got) + " bytes read); " +
+                      (stream.FirstSync ? "its first AC3 frame is at byte " + std::to_string(*stream.FirstSync)
+                                        : std::string("it holds no AC3 frame")));
     }
     // A file under 10 bytes reads as zeros behind its end: no bitrate.
     const std::string syncBits = EightBit(dec2bin(bytes[4]));
@@ -203,6 +236,7 @@ void ScanAudioArray(JobContext& job, const std::string& Folder, const std::strin
             if (CellId > 0 ? CellOfName(name) != CellId : cellEntry) continue;
             ++S;
             if (CellId == 0) ++s.AudioCount;
+            ReportAc3Damage(job, path);
             if (vob.AudioSet == 0) {
                 const AudioFacts facts = CheckAudioSource(job, path, false);
                 AudioItem(vob, S).Bitrate = static_cast<std::int32_t>(platform::LeadingWholeNumber(facts[1]));
@@ -212,6 +246,7 @@ void ScanAudioArray(JobContext& job, const std::string& Folder, const std::strin
             vob.Audio_Present = -1;
             if (RecoverySkip(job, 5)) continue;
             const std::string stem = VobName + (CellId > 0 ? "_" + cellName : "") + ".ac3";
+            job.AudioExpected.push_back(folder + std::to_string(S) + "-" + stem);
             if (convertAudio) {
                 AlterAc3(job, VobName, folder + std::to_string(S) + "_" + stem, path, CellId);
                 converted = true;
@@ -225,11 +260,12 @@ void ScanAudioArray(JobContext& job, const std::string& Folder, const std::strin
         if (CellId > 0 ? name.compare(0, 7, VobName + "_" + cellName) != 0 : cellEntry) continue;
         ++S;
         if (!RecoverySkip(job, 5)) {
-            const std::string target = shortFolder + VobName + (CellId > 0 ? "_" + cellName : "") + ".ac3";
+            const std::string stem = VobName + (CellId > 0 ? "_" + cellName : "") + ".ac3";
+            const std::string target = shortFolder + stem;
+            // SoftEncode's result takes the first stream's number when renamed.
+            job.AudioExpected.push_back(folder + (o.Audio_Besweet == 1 ? std::to_string(S) : "1") + "-" + stem);
             if (o.Audio_Besweet == 1) {
-                AC3Encoder(job, path, folder + std::to_string(S) + "-" + VobName +
-                                          (CellId > 0 ? "_" + cellName : "") + ".ac3",
-                           static_cast<std::int16_t>(v));
+                AC3Encoder(job, path, folder + std::to_string(S) + "-" + stem, static_cast<std::int16_t>(v));
             } else if (convertAudio || firstType == "Mpeg1") {
                 const std::string wav = folder + "Converted." + name;
                 ConvertWav(job, path, wav, vob.Fps);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "job/job_view.h"
@@ -115,6 +116,12 @@ struct JobContext {
     std::int16_t RejigMode = 0;
     // Set once a BeSweet pass is queued for the job.
     std::int16_t BeSweetUsed = 0;
+    // The audio of the menu in hand: the finished AC3 files its queued
+    // conversions are to leave, and the AC3 files BeSweet writes under a
+    // WAV name, each with the name it is finished under. The audio check
+    // clears both for each menu.
+    std::vector<std::string> AudioExpected;
+    std::vector<std::pair<std::string, std::string>> AudioMoves;
     // Set when the SoftEncode self-test window had to be closed by the wait.
     std::int16_t SoftEncodeTestClosed = 0;
 

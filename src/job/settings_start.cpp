@@ -117,8 +117,13 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     job.AvisynthScripts = LoadAvsScripts(job.Registry, job.ProgramFolder, kProgramVersion);
     job.ConversionTemplates = LoadConversionScripts(job.Registry, job.ProgramFolder, kProgramVersion);
 
+    // The MPEG and WAV audio of a menu becomes AC3 through SoftEncode: with
+    // none set, the native tools take the program folder's equivalent.
+    if (job.Tools == ToolProfile::Native && options.Audio_SoftEncode_Path.empty()) {
+        options.Audio_SoftEncode_Path = job.ProgramFolder + "\\SoftEncode\\Sftencdd.exe";
+    }
     // A stored SoftEncode choice whose program vanished falls back to BeSweet.
-    if (options.Audio_SoftEncode == 1 && !Usable(job, options.Audio_SoftEncode_Path)) {
+    if (options.Audio_SoftEncode == 1 && !EncoderUsable(job, options.Audio_SoftEncode_Path)) {
         options.Audio_SoftEncode = 0;
         options.Audio_Besweet = 1;
     }

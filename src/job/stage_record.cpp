@@ -36,6 +36,10 @@ void StageRecord::PassOver(const std::string& step) {
     if (std::find(steps.begin(), steps.end(), step) == steps.end()) steps.push_back(step);
 }
 
+void StageRecord::FallShort(const std::string& what) {
+    if (current_) entries_[Index(*current_)].Shortfalls.push_back(what);
+}
+
 void StageRecord::Fail(RunStage stage, const std::string& reason) {
     entries_[Index(stage)].Begun = true;
     if (failed_) return;
@@ -47,11 +51,20 @@ StageOutcome StageRecord::Outcome(RunStage stage) const {
     if (failed_ == stage) return StageOutcome::Failed;
     const Entry& entry = entries_[Index(stage)];
     if (!entry.Begun) return StageOutcome::NotRun;
+    if (!entry.Shortfalls.empty()) return StageOutcome::FellShort;
     return entry.Steps.empty() ? StageOutcome::Done : StageOutcome::PassedOver;
 }
 
 const std::vector<std::string>& StageRecord::PassedOverSteps(RunStage stage) const {
     return entries_[Index(stage)].Steps;
+}
+
+const std::vector<std::string>& StageRecord::Shortfalls(RunStage stage) const {
+    return entries_[Index(stage)].Shortfalls;
+}
+
+bool StageRecord::AnyShortfall() const {
+    return std::any_of(entries_.begin(), entries_.end(), [](const Entry& entry) { return !entry.Shortfalls.empty(); });
 }
 
 }  // namespace kestrova

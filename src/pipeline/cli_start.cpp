@@ -159,6 +159,16 @@ int RunFromCommandLine(JobContext& job, const std::vector<std::string>& args) {
         std::cerr << "kestrova-cli: the job did not complete; see " << log << '\n';
         return kExitFailed;
     }
+    for (std::size_t i = 0; i < kRunStageCount; ++i) {
+        const auto stage = static_cast<RunStage>(i);
+        for (const auto& what : stages.Shortfalls(stage)) {
+            std::cerr << "kestrova-cli: " << StageName(stage) << " fell short: " << what << '\n';
+        }
+    }
+    if (stages.AnyShortfall()) {
+        std::cerr << "kestrova-cli: see " << log << '\n';
+        return kExitFailed;
+    }
     return stages.AnyPassedOver() ? kExitPassedOver : kExitComplete;
 }
 

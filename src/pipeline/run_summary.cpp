@@ -24,6 +24,11 @@ std::string OutcomeText(const StageRecord& stages, RunStage stage) {
     switch (stages.Outcome(stage)) {
     case StageOutcome::Done: return "done";
     case StageOutcome::Failed: return "FAILED - " + stages.FailureReason();
+    case StageOutcome::FellShort: {
+        std::string missing;
+        for (const auto& what : stages.Shortfalls(stage)) missing += (missing.empty() ? "" : "; ") + what;
+        return "FELL SHORT - " + missing;
+    }
     case StageOutcome::PassedOver: {
         std::string steps;
         for (const auto& step : stages.PassedOverSteps(stage)) steps += (steps.empty() ? "" : ", ") + step;
@@ -41,6 +46,9 @@ std::string EndingText(const JobContext& job) {
     }
     if (job.StopRequested != 0) return "The run was stopped.";
     if (!stages.Ended()) return "The run did not reach its end.";
+    if (stages.AnyShortfall()) {
+        return "The run finished, but the stages that fell short did not make all of their files: see the run log.";
+    }
     if (stages.AnyPassedOver()) {
         return "The run finished, but the stages passed over did not do their work: this version does not have "
                "them yet.";

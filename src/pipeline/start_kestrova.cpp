@@ -7,6 +7,8 @@
 #include "assets/dummy_cells.h"
 #include "assets/frameserving.h"
 #include "assets/vob_typing.h"
+#include "audio/audio_conversion.h"
+#include "audio/audio_inspection.h"
 #include "dvd/menu_tree.h"
 #include "finish/hand_over.h"
 #include "finish/ifo_correction.h"
@@ -223,8 +225,10 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     EnableRejig(job);
     job.Stages.Begin(RunStage::FrameServing);
     EnableScenes(job);
-    // The audio stages come with their library.
     FrameServingStages frameServing;
+    frameServing.AudioCheck = AudioCheck;
+    frameServing.ProcessAC3 = ProcessAC3;
+    frameServing.SoftEncoder = SoftEncoder;
     frameServing.UpdateMPV = UpdateMPV;
     frameServing.MakeECL = MakeECL;
     NewDVD2AVIProc(job, frameServing);
@@ -232,10 +236,7 @@ Flow RunDomain(JobContext& job, std::size_t index) {
     if (StageBoundary(job)) return Flow::Leave;
 
     job.Stages.Begin(RunStage::Audio);
-    // The audio batches are written by the frame serving's audio stages,
-    // which are not handed in yet: the stage that runs them is passed over
-    // with them, so the summary does not call it done.
-    NotYetAvailable(job, "EnableAudioProcess");
+    EnableAudioProcess(job);
     if (StageBoundary(job)) return Flow::Leave;
 
     job.Stages.Begin(RunStage::Subpictures);

@@ -170,6 +170,18 @@ failed_run ifo "$(damaged ifo 'for f in "$IFO" "$BUP"; do printf "\377\377\377\3
   dd of="$f" bs=1 seek=200 conv=notrunc status=none; done')" 'reading the disc' \
   'D:\VIDEO_TS\VTS_01_0.IFO: VTS_PTT_SRPT' 0
 
+# 7. SoftEncode makes nothing: the audio stage falls short of the VMG menu's
+# AC3 file, and the run goes on to its end, which it does not call complete.
+KESTROVA_STANDIN_FAIL=SoftEncode=fail bash "$run" "$build" "$fixtures" "$work/nosound" > "$work/nosound.out" \
+  2> "$work/nosound.err"
+status=$?
+[ "$status" = 1 ] || fail "nosound: exit status $status"
+grep -qF 'kestrova-cli: audio fell short: 1 of the 1 audio files in K:\out\D_VIDEO_TS were not made' \
+  "$work/nosound.err" || { fail "nosound: standard error does not name the missing file"; cat "$work/nosound.err"; }
+grep -qF '      audio: FELL SHORT - ' "$work/nosound.out" && grep -qF '      hand-over: ' "$work/nosound.out" &&
+  grep -qF '      The run finished, but the stages that fell short' "$work/nosound.out" ||
+  fail "nosound: the summary lacks the shortfall or the run's end"
+
 # A refused start: exit status 1 and the message.
 refused() {  # name, drive D: host folder, output folder under K:, message
   local name=$1 status
