@@ -116,6 +116,9 @@ StartVerdict LoadSettingsAtStart(JobContext& job) {
     }
     job.AvisynthScripts = LoadAvsScripts(job.Registry, job.ProgramFolder, kProgramVersion);
     job.ConversionTemplates = LoadConversionScripts(job.Registry, job.ProgramFolder, kProgramVersion);
+    // Whether a conversion stretches the audio with the picture or keeps it
+    // and converts the frames: the conversion window's choice.
+    job.State().ConvertAudio = job.ConversionTemplates.ConvertAudio;
 
     // The MPEG and WAV audio of a menu becomes AC3 through SoftEncode: with
     // none set, the native tools take the program folder's equivalent.
