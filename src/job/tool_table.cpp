@@ -31,10 +31,11 @@ constexpr OutsideTool kOutsideTools[] = {
     {"HCbatch_015a.exe", "HC", kProgramFolder, "HCenc", "", "", ""},
     {"Rejig.exe", "", kProgramFolder, "Rejig", "", "", ""},
     {"Muxman.exe", "", kProgramFolder, "", "", "0.15.0.0", "Muxman"},
-    // The audio converters. SoftEncode is called by the path its setting
+    // The audio tools. SoftEncode is called by the path its setting
     // holds; its folder here is where a laid-out program folder has it.
     {"BeSweet.exe", "AC3", kProgramFolder, "BeSweet", "", "", ""},
     {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
+    {"delaycut.exe", "AC3", kProgramFolder, "delaycut", "", "", ""},
 };
 
 }  // namespace

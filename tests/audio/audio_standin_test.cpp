@@ -12,8 +12,10 @@
 #include <numbers>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "assets/audio_stream.h"
 #include "assets/mpeg_test_streams.h"
 #include "job/tool_table.h"
 #include "platform/batch.h"
@@ -177,6 +179,56 @@ TEST(AudioStandin, SoftEncodeEncodesTheLayoutOfTheIniThroughTheJobsBatchFiles) {
     EXPECT_FALSE(f.temp.Exists(kFolder + "no centre.ac3"));
 }
 
+// delaycut on the job's batch line: whole frames dropped and added at the
+// ends, a damaged frame made silent, stray bytes between frames left out.
+TEST(AudioStandin, DelaycutCutsAndPadsWholeFramesAndSilencesADamagedOne) {
+    KESTROVA_REQUIRE_FFMPEG();
+    AudioFixture f;
+    const std::string name = "001-80-DELAY[-66].AC3";
+    const std::string fixed = "001-80-DELAY[-66]_fixed.ac3";
+    const std::string source = f.Source(name, "stereo", "-c:a ac3 -b:a 192k -f ac3");
+    const double duration = f.Probe(name).second;
+    const auto frames = [&](const std::string& file) { return ReadAc3Frames(f.temp.Host(kFolder + file)).Frames; };
+    const std::vector<Ac3Frame> made = frames(name);
+    ASSERT_GT(made.size(), 40u);
+    std::string bytes = f.temp.Read(kFolder + name);
+    bytes[made[20].Offset + made[20].Size / 2] ^= 0x5A;
+    bytes.insert(made[31].Offset, "stray");
+    f.temp.Write(kFolder + name, bytes);
+    const auto failing = [](const std::vector<Ac3Frame>& list) {
+        return std::count_if(list.begin(), list.end(), [](const Ac3Frame& a) { return !a.Crc1Ok || !a.Crc2Ok; });
+    };
+    ASSERT_EQ(frames(name).size(), made.size());
+    ASSERT_EQ(failing(frames(name)), 1);
+    const std::string delaycut = "\"K:\\PROG\\AC3\\delaycut.exe\"";
+
+    // 66 ms are 2 frames, 100 ms 3.
+    ASSERT_EQ(f.Run(delaycut + " -start 66 -fixcrc silence -end -100 \"" + source + "\""), 0) << f.output;
+    const std::vector<Ac3Frame> cut = frames(fixed);
+    EXPECT_EQ(cut.size(), made.size() - 2 + 3);
+    EXPECT_EQ(failing(cut), 0);
+    const auto shape = [](const Ac3Frame& a) { return std::tuple(a.Fscod, a.Frmsizecod, a.Acmod, a.Lfe); };
+    for (const Ac3Frame& frame : cut) EXPECT_EQ(shape(frame), shape(made[0])) << "frame at byte " << frame.Offset;
+    EXPECT_EQ(f.temp.Read(kFolder + fixed).size(), cut.size() * made[0].Size) << "bytes besides the frames";
+    EXPECT_NEAR(f.Probe(fixed).second, duration + 0.032, 0.032);
+    EXPECT_EQ(f.Tone(fixed, 0), 440);
+    EXPECT_EQ(f.temp.Read(kFolder + name), bytes) << "the source is left as it was";
+
+    // A negative start puts silence first; the older result is replaced,
+    // and without -fixcrc the damaged frame stays as it was.
+    ASSERT_EQ(f.Run(delaycut + " -start -100 \"" + source + "\""), 0) << f.output;
+    const std::vector<Ac3Frame> padded = frames(fixed);
+    EXPECT_EQ(padded.size(), made.size() + 3);
+    EXPECT_EQ(failing(padded), 1);
+    const std::string decode = "ffmpeg -nostdin -loglevel error -y -i '" + f.temp.Host(kFolder + fixed) +
+                               "' -f s16le '" + f.temp.Host("padded.raw") + "'";
+    ASSERT_EQ(std::system(decode.c_str()), 0) << decode;
+    const std::size_t lead = 3 * 1536 * 2 * 2;  // three frames of 16-bit stereo
+    const std::size_t sound = f.temp.Read("padded.raw").find_first_not_of('\0');
+    EXPECT_GE(sound, lead);
+    EXPECT_LT(sound, 2 * lead);
+}
+
 // Calls that cannot be done leave no output and say why.
 TEST(AudioStandin, BadCallsLeaveNoOutputAndSayWhy) {
     KESTROVA_REQUIRE_FFMPEG();
@@ -193,6 +245,10 @@ TEST(AudioStandin, BadCallsLeaveNoOutputAndSayWhy) {
               1);
     EXPECT_FALSE(f.temp.Exists(kFolder + "y.ac3"));
     EXPECT_NE(f.output.find("not-wav.ac3\" is not a WAV file"), std::string::npos) << f.output;
+
+    EXPECT_EQ(f.Run("K:\\PROG\\AC3\\delaycut.exe -start 66 -speed 2 \"" + ac3 + "\""), 1);
+    EXPECT_FALSE(f.temp.Exists(kFolder + "not-wav_fixed.ac3"));
+    EXPECT_NE(f.output.find("\"-speed\""), std::string::npos) << f.output;
 
     // Asked to die while writing, the tool leaves a cut file and exits 1.
     f.launcher.SetEnvironment("KESTROVA_STANDIN_FAIL", "BeSweet=partial");

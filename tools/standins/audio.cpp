@@ -31,6 +31,10 @@ namespace kestrova::standin {
 
 namespace {
 
+// The AC3 bitrates in kbit/s, in the order of frmsizecod / 2.
+constexpr std::array<long, 19> kAc3Rates = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
+                                            192, 224, 256, 320, 384, 448, 512, 576, 640};
+
 std::string Number(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.9g", value);
@@ -79,14 +83,20 @@ void ConvertAudio(const Invocation& call, const AudioConversion& conversion) {
 }
 
 long Ac3Bitrate(long kbps, const std::string& where) {
-    static constexpr std::array<long, 19> kRates = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
-                                                    192, 224, 256, 320, 384, 448, 512, 576, 640};
-    for (const long rate : kRates) {
+    for (const long rate : kAc3Rates) {
         if (rate == kbps) return kbps;
     }
     throw Error(where + " asks for " + std::to_string(kbps) +
                 " kbit/s, which is no AC3 bitrate (32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, "
                 "384, 448, 512, 576 or 640)");
+}
+
+long Ac3BitrateOfCode(std::uint8_t frmsizecod) {
+    const std::size_t index = frmsizecod / 2u;
+    if (index >= kAc3Rates.size()) {
+        throw Error("the AC3 frame size code " + std::to_string(frmsizecod) + " names no bitrate; expected 0 to 37");
+    }
+    return kAc3Rates[index];
 }
 
 bool IsWavFile(const Invocation& call, const std::string& path) {

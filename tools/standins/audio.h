@@ -1,8 +1,10 @@
-// What the audio personalities (BeSweet, SoftEncode) share: one ffmpeg run
-// from a source file to a WAV or an AC3 file. Each personality reads its
-// own command line into an AudioConversion; ConvertAudio does the coding.
+// What the audio personalities share: one ffmpeg run from a source file to
+// a WAV or an AC3 file, for BeSweet and SoftEncode, which each read their
+// own command line into an AudioConversion that ConvertAudio codes; and the
+// AC3 bitrates, which delaycut needs as well.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "standin.h"
@@ -39,6 +41,10 @@ void ConvertAudio(const Invocation& call, const AudioConversion& conversion);
 // The bitrate when it is one an AC3 stream can have (32 to 640 kbit/s, in
 // the steps of the format); throws Error naming `where` otherwise.
 long Ac3Bitrate(long kbps, const std::string& where);
+
+// The bitrate in kbit/s of an AC3 frame's frmsizecod (two codes to a
+// rate); throws Error for a code above 37.
+long Ac3BitrateOfCode(std::uint8_t frmsizecod);
 
 // True when the file begins as a WAV file does ("RIFF", a size, "WAVE").
 // Throws Error naming the file when it cannot be read.

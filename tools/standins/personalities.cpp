@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 19> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 20> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -50,6 +50,10 @@ constexpr std::array<PersonalityEntry, 19> kPersonalities = {{
     {"SoftEncode", RunSoftEncode, true,
      "SoftEncode -A -P INI -o OUT -L WAV -R WAV [-C WAV -l WAV -r WAV -e WAV] -N\n"
      "                       encodes a WAV file to AC3 as the ini's [Parameters] say, with ffmpeg"},
+    {"delaycut", RunDelaycut, true,
+     "delaycut [-start N] [-fixcrc silence] [-end N] \"X.AC3\"  copies the AC3 frames of X.AC3 into X_fixed.ac3:\n"
+     "                       -start/-end N drop the whole frames of the first/last N ms (N < 0: add N ms of\n"
+     "                       silent frames there); -fixcrc silence makes each frame failing a CRC silent (ffmpeg)"},
 }};
 
 }  // namespace

@@ -75,8 +75,9 @@ int RunEclCce(const Invocation& call);   // the list through "EclCCE.ini"
 int RunQuEnc(const Invocation& call);
 int RunHcEncoder(const Invocation& call);
 int RunRejig(const Invocation& call);
-// The audio converters (besweet.cpp, soft_encode.cpp).
+// The audio tools (besweet.cpp, soft_encode.cpp, delaycut.cpp).
 int RunBeSweet(const Invocation& call);
 int RunSoftEncode(const Invocation& call);
+int RunDelaycut(const Invocation& call);
 
 }  // namespace kestrova::standin
