@@ -95,7 +95,7 @@ TEST(IfoReaderOnDiscs, LanguageChoiceAndLightRead) {
     EXPECT_EQ(vts1.Language.Item(1).PGC_Number.Count(), 0u) << "the English unit is not read";
     EXPECT_EQ(vts1.Language.Item(1).Language_Folder, "en");
     ASSERT_EQ(vts1.Language.Item(2).PGC_Number.Count(), 4u) << "the unit behind it still finds its PGCs";
-    EXPECT_EQ(Pgc(job, 2, 2, 1).PG.Item(1).cell_ref.Item(1).Vob_Id, 5);
+    EXPECT_EQ(Pgc(job, 2, 2, 1).PG.Item(1).cell_ref.Item(1).Vob_Id, 6) << "after the English unit's five";
     EXPECT_EQ(job.DiscModel.Item(1).Language.Item(1).PGC_Number.Count(), 0u) << "the VMG unit is English";
 
     test::JobFixture light;

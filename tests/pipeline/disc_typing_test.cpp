@@ -37,9 +37,18 @@ TEST(DiscTyping, MotionAndStillMenusAreTypedAsTheyAre) {
 
     test::PipelineFixture languages("ntsc-vts-menus-2lang");
     RunWithNativeTools(languages);
-    const auto types = FinalTypes(languages);
-    ASSERT_EQ(types.size(), 9u) << "one VMG menu and eight VTS menus in two languages";
-    for (const auto& type : types) EXPECT_NE(type.find("StillMenu"), std::string::npos) << type;
+    // VMG: one still menu; VTS 1: four still menus per language and, fifth in
+    // English, a motion menu with two AC3 streams.
+    std::vector<std::string> expected{"001 is StillMenu"};
+    for (int vob = 1; vob <= 9; ++vob) {
+        expected.push_back("00" + std::to_string(vob) + (vob == 5 ? " is Video" : " is StillMenu"));
+    }
+    EXPECT_EQ(FinalTypes(languages), expected);
+    // Its streams start 115 ms after the video (120 ms of offset less the AC3
+    // encoder's 256 samples of priming).
+    for (const char* name : {"005-80-DELAY[115].AC3", "005-81-DELAY[115].AC3"}) {
+        EXPECT_TRUE(languages.files.FileExists(std::string("K:\\OUT\\D_VTS_01_0\\DEMUXED\\") + name)) << name;
+    }
 }
 
 TEST(DiscTyping, AZeroLengthCellIsFoundAndMeasured) {
