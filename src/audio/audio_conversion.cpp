@@ -120,8 +120,17 @@ void CheckFinishedAudio(JobContext& job) {
         if (missing++ == 0) first = path;
     }
     if (missing == 0) return;
+    // The summary names the folder as the user opens it.
+    const auto shown = [&job](const std::string& path) {
+        try {
+            return job.Files.ToHost(path);
+        } catch (const Error&) {
+            return path;
+        }
+    };
     job.Stages.FallShort(std::to_string(missing) + " of the " + std::to_string(job.AudioExpected.size()) +
-                         " audio files in " + job.WorkFolder + " were not made (the first: " + first + ")");
+                         " audio files in " + shown(job.WorkFolder) + " were not made (the first: " +
+                         platform::FileNameOf(first) + ")");
 }
 
 void RenameEncoded(JobContext& job, bool fixed) {

@@ -176,7 +176,7 @@ KESTROVA_STANDIN_FAIL=SoftEncode=fail bash "$run" "$build" "$fixtures" "$work/no
   2> "$work/nosound.err"
 status=$?
 [ "$status" = 1 ] || fail "nosound: exit status $status"
-grep -qF 'kestrova-cli: audio fell short: 1 of the 1 audio files in K:\out\D_VIDEO_TS were not made' \
+grep -qF "kestrova-cli: audio fell short: 1 of the 1 audio files in $work/nosound/out/D_VIDEO_TS were not made" \
   "$work/nosound.err" || { fail "nosound: standard error does not name the missing file"; cat "$work/nosound.err"; }
 grep -qF '      audio: FELL SHORT - ' "$work/nosound.out" && grep -qF '      hand-over: ' "$work/nosound.out" &&
   grep -qF '      The run finished, but the stages that fell short' "$work/nosound.out" ||

@@ -3,6 +3,7 @@
 // measured.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 #include "pipeline/pipeline.h"
@@ -45,10 +46,16 @@ TEST(DiscTyping, MotionAndStillMenusAreTypedAsTheyAre) {
     }
     EXPECT_EQ(FinalTypes(languages), expected);
     // Its streams start 115 ms after the video (120 ms of offset less the AC3
-    // encoder's 256 samples of priming).
-    for (const char* name : {"005-80-DELAY[115].AC3", "005-81-DELAY[115].AC3"}) {
-        EXPECT_TRUE(languages.files.FileExists(std::string("K:\\OUT\\D_VTS_01_0\\DEMUXED\\") + name)) << name;
+    // encoder's 256 samples of priming); the audio stage finishes both.
+    const auto lines = languages.RunLogLines();
+    for (const char* stream : {"80", "81"}) {
+        const std::string renamed = std::string("Renamed to = K:\\OUT\\D_VTS_01_0\\DEMUXED\\005-") + stream + "-DELAY[115].AC3";
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                                [&](const std::string& line) { return line.find(renamed) != std::string::npos; }),
+                  1)
+            << renamed;
     }
+    EXPECT_TRUE(languages.files.FileExists("K:\\OUT\\D_VTS_01_0\\DEMUXED\\2-005.ac3"));
 }
 
 TEST(DiscTyping, AZeroLengthCellIsFoundAndMeasured) {

@@ -97,9 +97,13 @@ DelaycutCall ReadDelaycutLine(const Invocation& call) {
 // Sample rates by fscod, and the layouts of acmod as the audio reader names them.
 constexpr long kSampleRates[] = {48000, 44100, 32000};
 constexpr const char* kLayouts[] = {"1+1", "1/0", "2/0", "3/0", "2/1", "3/1", "2/2", "3/2"};
-// The same channels as ffmpeg layouts; dual mono has none.
+// The same channels as ffmpeg layouts, without and with LFE, in ffmpeg's
+// own channel order (LFE behind the front channels), the only order it
+// takes; dual mono has none.
 constexpr const char* kFfmpegLayouts[] = {"", "FC", "FL+FR", "FL+FR+FC", "FL+FR+BC", "FL+FR+FC+BC", "FL+FR+SL+SR",
                                           "FL+FR+FC+SL+SR"};
+constexpr const char* kFfmpegLayoutsLfe[] = {"",         "FC+LFE",          "FL+FR+LFE",       "FL+FR+FC+LFE",
+                                             "FL+FR+LFE+BC", "FL+FR+FC+LFE+BC", "FL+FR+LFE+SL+SR", "FL+FR+FC+LFE+SL+SR"};
 
 long SampleRateOf(const Ac3Frame& frame) { return kSampleRates[frame.Fscod < 3 ? frame.Fscod : 0]; }
 
@@ -128,9 +132,8 @@ std::size_t FrameCount(long ms, long sampleRate) {
 std::vector<std::uint8_t> SilentFrame(const Invocation& call, const std::string& source, const Ac3Frame& model) {
     const std::string cannot =
         "ffmpeg cannot make a silent frame like those of \"" + source + "\" (" + FormatOf(model) + ")";
-    std::string layout = kFfmpegLayouts[model.Acmod & 7];
+    const std::string layout = (model.Lfe ? kFfmpegLayoutsLfe : kFfmpegLayouts)[model.Acmod & 7];
     if (layout.empty()) throw Error(cannot + ": it encodes no dual mono (1+1)");
-    if (model.Lfe) layout += "+LFE";
     const std::string ffmpeg = RequireHostProgram("ffmpeg", "to make silent frames in the place of " + call.Tool);
     const ScratchFolder scratch(call);
     const std::string silence = scratch.Host() + "/silence.ac3";
