@@ -4,8 +4,8 @@
 # and with delaycut's corrections on, and checks each finished AC3 file
 # ("S-VV.ac3", "S-VV_CC.ac3") with ffprobe and ffmpeg alone: AC3 at 48 kHz,
 # a bitrate the source, a batch line or the SoftEncode settings give, as
-# long as the asset's encoded video within an AC3 frame, a video frame and
-# the source's delay, and decoded, a tone of the source menu's audio.
+# long as its source and the cuts, silences and speed of its batch lines
+# make it (audio-lengths.py), and decoded, a tone of the menu's audio.
 # Prints one line per file and a count of faults at the end.
 #   check-audio.sh BUILD_DIR FIXTURES_DIR WORK [VARIANT...]
 # Variants: defaults besweet0 conversion delaycut (all by default).
@@ -21,7 +21,11 @@ fault() { echo "FAULT: $*"; faults=$((faults + 1)); }
 settings() {  # variant -> registry lines
   case $1 in
     defaults) ;;
-    besweet0) printf '"BeSweet"=dword:00000000\n' ;;
+    # With BeSweet's encoder off, SoftEncode's registry keys are cleared too:
+    # both are in the hive before the run and must be gone after it.
+    besweet0) printf '"BeSweet"=dword:00000000\n"DeleteRegistryKey"=dword:00000001\n\n'
+      printf '[HKEY_LOCAL_MACHINE\\SOFTWARE\\Sonic Foundry\\Soft Encode]\n"Stale"="1"\n\n'
+      printf '[HKEY_CURRENT_USER\\Software\\Sonic Foundry\\Soft Encode]\n"Stale"="1"\n' ;;
     conversion) printf '"Convert"=dword:00000001\n' ;;
     delaycut) printf '"AC3Correction"=dword:00000001\n"CorrectCRC"=dword:00000001\n"PadVobs"=dword:00000001\n' ;;
     *) echo "no variant is called $1" >&2; exit 2 ;;
@@ -39,8 +43,6 @@ c = sum(1 for i in range(1, len(a)) if (a[i - 1] < 0) != (a[i] < 0))
 print(round(c / 2 / (len(a) / 16000)) if len(a) > 1600 else 0)'
 }
 seconds() { ffprobe -v error -show_entries format=duration -of csv=p=0 "$1"; }
-frames_rate() { ffprobe -v error -f mpegvideo -count_frames -select_streams v:0 -of csv=p=0 \
-  -show_entries stream=nb_read_frames,r_frame_rate "$1" | head -1; }
 
 for disc in "$fixtures"/*/; do
   disc=$(basename "$disc")
@@ -61,10 +63,16 @@ for disc in "$fixtures"/*/; do
       > "$run/console.out" 2>&1
     status=$?
     [ "$status" = 3 ] || { fault "$disc $variant: exit status $status"; grep 'fell short\|failed' "$run/console.out"; }
+    [ "$variant" = besweet0 ] && grep -q 'SoftEncode.bat' "$run/out/Kestrova.LOG" &&
+      grep -q 'Soft Encode' "$run/registry.reg" && fault "$disc $variant: SoftEncode ran, its registry keys are still there"
+    # Each finished file as long as its source and its batch line make it.
+    for domain in "$run"/out/D_*; do
+      python3 "$here/audio-lengths.py" "$run" "$domain" | sed "s|^|$disc $variant $(basename "$domain")/|" ||
+        fault "$disc $variant $(basename "$domain"): a finished file's length is off (OFF above)"
+    done
     for audio in "$run"/out/D_*/DEMUXED*/[0-9]-*.ac3; do
       [ -e "$audio" ] || continue
       domain=$(dirname "$(dirname "$audio")") name=$(basename "$audio" .ac3)
-      asset=${name#*-}
       info=$(ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels,bit_rate \
         -of csv=p=0 "$audio")
       length=$(seconds "$audio") heard=$(tone "$audio")
@@ -75,15 +83,6 @@ for disc in "$fixtures"/*/; do
       [[ "$rates " == *" ${info##*,} "* ]] || fault "$disc $variant $name: bitrate ${info##*,} not one of$rates"
       python3 -c "import sys; t = [int(x) for x in sys.argv[2:]]; sys.exit(not any(abs(int(sys.argv[1]) - x) <= x * 0.03 for x in t))" \
         "$heard" "${tones[@]}" || fault "$disc $variant $name: tone ${heard} Hz is none of the menu's (${tones[*]})"
-      video=$(ls "$domain"/NEW_M2V/"$asset".m2v 2>/dev/null | head -1)
-      [ -n "$video" ] || continue
-      IFS=, read -r rate count <<<"$(frames_rate "$video")"
-      python3 -c "
-import sys
-frames, rate, audio = int(sys.argv[1]), eval(sys.argv[2]), float(sys.argv[3])
-video = frames / rate
-sys.exit(0 if frames < 5 or abs(audio - video) <= 0.032 + 1 / rate + 0.010 else 1)" "$count" "$rate" "$length" ||
-        fault "$disc $variant $name: ${length}s of audio for $count frames at $rate of video"
     done
   done
 done

@@ -30,6 +30,11 @@ std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
 std::string Short(const JobContext& job, const std::string& path) { return job.Files.Paths().GetShortPath(path); }
 
+// A path the batch lines pass unquoted, where Windows hands them short
+// names without blanks. Here names are long: a path holding a blank is
+// quoted, so that it stays one argument.
+std::string Argument(const std::string& path) { return path.find(' ') == std::string::npos ? path : Quoted(path); }
+
 std::string Batch(const JobContext& job, const char* name) { return job.WorkFolder + "\\FRAMESERVING\\" + name; }
 
 std::string BeSweet(const JobContext& job, bool shortFolder) {
@@ -93,7 +98,7 @@ bool RunBatch(JobContext& job, const char* name, const char* told, std::int16_t 
     if (!job.Files.FileExists(batch)) return false;
     WLOG(job, told);
     job.State().AudioEncoding = -1;
-    ShellAndWait(job, Short(job, batch), style);
+    ShellAndWait(job, Argument(Short(job, batch)), style);
     job.State().AudioEncoding = 0;
     return true;
 }
@@ -141,6 +146,13 @@ void RenameEncoded(JobContext& job, bool fixed) {
 
 }  // namespace
 
+std::string ConvertedWavName(const std::string& Target) {
+    // The "-" go from the name only: the folder keeps its own.
+    const std::string wav = WithoutExtension(Target) + ".WAV";
+    const std::string name = platform::FileNameOf(wav);
+    return wav.substr(0, wav.size() - name.size()) + Replaced(name, "-", "");
+}
+
 void EnableAudioProcess(JobContext& job) {
     const auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
     if (domain.Audio.Count() == 0) {
@@ -183,7 +195,7 @@ void AC3Encoder(JobContext& job, const std::string& Source, const std::string& T
 }
 
 void ConvertWav(JobContext& job, const std::string& Source, const std::string& Target, double Fps) {
-    const std::string wav = Replaced(WithoutExtension(Target) + ".WAV", "-", "");
+    const std::string wav = ConvertedWavName(Target);
     std::string tail = " -2ch )";
     if (AudioConverted(job)) {
         tail = " -2ch ) -ota ( " + RateSwitch(Fps) + " ) -profile( ~~~~~ Default Profile ~~~~~ )";
@@ -323,8 +335,8 @@ void SoftEncoder(JobContext& job, const std::string& Source, const std::string& 
         if (o.Audio_DeleteRegistryKey == 1) {
             text += "Call " + Quoted(job.WorkFolder + "\\FRAMESERVING\\SoftEncodeRegEdit.bat") + "\r\n";
         }
-        text += Quoted(o.Audio_SoftEncode_Path) + " -A -P " + Short(job, job.WorkFolder) +
-                "\\FRAMESERVING\\SoftEncodeDVD.ini" +
+        text += Quoted(o.Audio_SoftEncode_Path) + " -A -P " +
+                Argument(Short(job, job.WorkFolder) + "\\FRAMESERVING\\SoftEncodeDVD.ini") +
                 (Ac3Source && s.MultiChannel != 0 ? " -o %2 -L %1 -R %1 -C%1 -l%1 -r%1 -e%1 -N "
                                                   : " -o %2 -L %1 -R %1 -N ") +
                 "\r\n";
@@ -348,9 +360,11 @@ void SoftEncoder(JobContext& job, const std::string& Source, const std::string& 
         if (job.Files.FileExists(source)) job.Files.MoveFile(source, renamed);
         source = renamed;
     }
-    platform::ReplaceAll(source, "-", "");
+    const std::size_t folder = source.size() - platform::FileNameOf(source).size();
+    source = source.substr(0, folder) + Replaced(source.substr(folder), "-", "");
     job.Files.AppendLine(Batch(job, "SoftEncode.bat"),
-                         "Call " + Quoted(job.WorkFolder + "\\FRAMESERVING\\Soft.bat") + " " + source + " " + Target);
+                         "Call " + Quoted(job.WorkFolder + "\\FRAMESERVING\\Soft.bat") + " " + Argument(source) + " " +
+                             Argument(Target));
 }
 
 }  // namespace kestrova

@@ -20,8 +20,12 @@ void EnableAudioProcess(JobContext& job);
 void AC3Encoder(JobContext& job, const std::string& Source, const std::string& Target, std::int16_t VobId);
 
 // Queues a BeSweet pass to a stereo WAV (at the other standard's rate in a
-// conversion); the target's name loses every "-".
+// conversion), to ConvertedWavName(Target).
 void ConvertWav(JobContext& job, const std::string& Source, const std::string& Target, double Fps);
+
+// The WAV a conversion to `Target` writes: its extension ".WAV", and every
+// "-" gone from its name, which SoftEncode takes no "-" in.
+std::string ConvertedWavName(const std::string& Target);
 
 // Queues the rate change of an AC3 file in a format conversion.
 void AlterAc3(JobContext& job, const std::string& VobName, const std::string& Output, const std::string& Source,

@@ -269,9 +269,7 @@ void ScanAudioArray(JobContext& job, const std::string& Folder, const std::strin
             } else if (convertAudio || firstType == "Mpeg1") {
                 const std::string wav = folder + "Converted." + name;
                 ConvertWav(job, path, wav, vob.Fps);
-                std::string converted = platform::WithoutExtension(wav) + ".WAV";
-                platform::ReplaceAll(converted, "-", "");
-                SoftEncoder(job, converted, target, false, false, false);
+                SoftEncoder(job, ConvertedWavName(wav), target, false, false, false);
             } else {
                 SoftEncoder(job, path, target, false, false, false);
             }

@@ -33,10 +33,12 @@ std::vector<Pattern> PatternsOf(const std::string& word) {
     if (word == "RENAME") return {{"", "*.VOB"}, {"", "*.M2V"}, {"", "*.WAV"}, {"", "*.AC3"}, {"", "*.MP2"}};
     if (word == "MOUNTEDFOLDERS") return {{"", "*.IFO"}, {"", "*.BUP"}};
     if (word == "AC3" || word == "AUDIORENAME") return {{"", "*.ac3"}};
+    // MPEG audio is ".mp2" from DVD Decrypter and ".mpa" from PgcDemux.
     if (word == "AUDIO")
         return {{"DEMUXED", "*.ac3"},        {"DEMUXED", "*.wav"},        {"DEMUXED", "*.mp2"},
-                {"DEMUXED_CELLID", "*.ac3"}, {"DEMUXED_CELLID", "*.wav"}, {"DEMUXED_CELLID", "*.mp2"}};
-    if (word == "MOVEAUDIO") return {{"", "*.ac3"}, {"", "*.wav"}, {"", "*.mp2"}};
+                {"DEMUXED", "*.mpa"},        {"DEMUXED_CELLID", "*.ac3"}, {"DEMUXED_CELLID", "*.wav"},
+                {"DEMUXED_CELLID", "*.mp2"}, {"DEMUXED_CELLID", "*.mpa"}};
+    if (word == "MOVEAUDIO") return {{"", "*.ac3"}, {"", "*.wav"}, {"", "*.mp2"}, {"", "*.mpa"}};
     if (word == "M2V") return {{"", "*.mpv", true}};
     if (word == "ENCODED") return {{"", "*.m2v"}, {"", "*.mpv"}};
     if (word == "IDX") return {{"SUBTITLES", "*.idx", true}};

@@ -77,7 +77,7 @@ check_run() {  # name, exit status, console output, output folder
   done
   [ "$scripts" -ge 4 ] || fail "$name: $scripts scripts in FRAMESERVING"
   local line
-  for line in 'demultiplexing: done' 'VOB typing: done' 'encoding: passed over, not yet available in this version (' \
+  for line in 'demultiplexing: done' 'VOB typing: done' 'audio: done' 'encoding: passed over, not yet available in this version (' \
       'authoring: passed over, not yet available in this version (CreateSCP)' \
       'The run finished, but the stages passed over did not do their work' \
       "Demultiplexed assets: $out/D_VTS_01_0" "Output VIDEO_TS: $out/VIDEO_TS (empty)"; do
@@ -85,9 +85,11 @@ check_run() {  # name, exit status, console output, output folder
   done
 }
 
-# 1. Tokens, as another program starts the job.
-bash "$run" "$build" "$fixtures" "$work/tokens" > "$work/tokens.out" 2>&1
-check_run tokens $? "$work/tokens.out" "$work/tokens/out"
+# 1. Tokens, as another program starts the job, into a folder whose name
+#    holds a blank and a "-", which the audio batches pass on.
+bash "$run" "$build" "$fixtures" "$work/tokens" pal-vmg-buttons -- /STAR /DRIV=D '/PATH=K:\My Job-1' /THRE=1000 /AVEB=6000 \
+  > "$work/tokens.out" 2>&1
+check_run tokens $? "$work/tokens.out" "$work/tokens/My Job-1"
 
 # 2. An INI file names the drive, the folder and the menus.
 mkdir -p "$work/ini"
