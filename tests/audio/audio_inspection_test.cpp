@@ -2,9 +2,11 @@
 // audio files going to their writers: renamed at once, or queued.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 #include "assets/asset_stage_fixture.h"
 #include "assets/mpeg_test_streams.h"
@@ -86,6 +88,13 @@ TEST_F(AudioInspection, AnAssetsFilesAreRenamedOrQueuedByKind) {
     vob.Fps = 25;
     AddAudio("AC3");
     MakeAc3("Job/D_VTS_01_0/DEMUXED/001-80-DELAY[-5].AC3", "48000 -ac 2 -b:a 192k");
+    {
+        // A byte of the second 768-byte frame flipped: its check word fails.
+        std::fstream ac3(temp.Host("Job/D_VTS_01_0/DEMUXED/001-80-DELAY[-5].AC3"),
+                         std::ios::in | std::ios::out | std::ios::binary);
+        ac3.seekp(1000);
+        ac3.put('\x5A');
+    }
     Put("Job/D_VTS_01_0/DEMUXED/001DELAY[-10].MP2", "mpeg audio");
     Put("Job/D_VTS_01_0/DEMUXED_CELLID/001_001-80-DELAY[0].AC3", "cell audio, not this asset's");
     job.Options().Audio_SoftEncode_Path = "K:\\SoftEncode\\Sftencdd.exe";
@@ -93,6 +102,12 @@ TEST_F(AudioInspection, AnAssetsFilesAreRenamedOrQueuedByKind) {
     AudioCheck(job);
     ProcessAC3(job, "K:\\Job\\D_VTS_01_0\\DEMUXED", 1, 0);
 
+    const auto lines = LogLines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.rfind("\tWARNING: K:\\Job\\D_VTS_01_0\\DEMUXED\\001-80-DELAY[-5].AC3 has 1 damaged spot, the first "
+                          "at byte 768: CRC1 mismatch",
+                          0) == 0;
+    }));
     // No delay work asked for: the AC3 has its finished name at once.
     EXPECT_TRUE(Has("Job/D_VTS_01_0/DEMUXED/1-001.ac3"));
     EXPECT_FALSE(Has("Job/D_VTS_01_0/DEMUXED/001-80-DELAY[-5].AC3"));
