@@ -41,15 +41,7 @@ static_assert(kAc3SyncInfoBits == 40);
 constexpr std::size_t kAc3HeaderBytes = (kAc3HeaderBits + 7) / 8;
 static_assert(kAc3HeaderBytes == 8);
 
-// A/52 Table 5.18, by frmsizecod: the nominal bit rate and the 16-bit words
-// of a syncframe at 32, 44.1 and 48 kHz. At 44.1 kHz the odd code of a pair
-// adds one word, so that the frames average out to the bit rate.
-struct Ac3FrameSize {
-    std::uint16_t Kbps;
-    std::uint16_t Words32;
-    std::uint16_t Words44;
-    std::uint16_t Words48;
-};
+// A/52 Table 5.18, by frmsizecod.
 constexpr Ac3FrameSize kAc3FrameSizes[] = {
     {32, 96, 69, 64},       {32, 96, 70, 64},       {40, 120, 87, 80},      {40, 120, 88, 80},
     {48, 144, 104, 96},     {48, 144, 105, 96},     {56, 168, 121, 112},    {56, 168, 122, 112},
@@ -63,6 +55,14 @@ constexpr Ac3FrameSize kAc3FrameSizes[] = {
     {640, 1920, 1393, 1280}, {640, 1920, 1394, 1280},
 };
 static_assert(std::size(kAc3FrameSizes) == 38);
+
+}  // namespace
+
+const Ac3FrameSize* FindAc3FrameSize(unsigned frmsizecod) {
+    return frmsizecod < std::size(kAc3FrameSizes) ? &kAc3FrameSizes[frmsizecod] : nullptr;
+}
+
+namespace {
 
 constexpr std::int32_t kAc3Rates[] = {48000, 44100, 32000};  // by fscod; 3 is reserved
 constexpr std::uint32_t kAc3SamplesPerFrame = 6 * 256;       // six audio blocks

@@ -15,6 +15,19 @@
 
 namespace kestrova {
 
+// An AC3 frame size code (frmsizecod): the nominal bit rate and the 16-bit
+// words of a syncframe at 32, 44.1 and 48 kHz. At 44.1 kHz the odd code of
+// a pair adds one word, so that the frames average out to the bit rate.
+struct Ac3FrameSize {
+    std::uint16_t Kbps;
+    std::uint16_t Words32;
+    std::uint16_t Words44;
+    std::uint16_t Words48;
+};
+
+// The row of a code from 0 to 37; nullptr for any other.
+const Ac3FrameSize* FindAc3FrameSize(unsigned frmsizecod);
+
 struct FrameHeader {
     std::uint32_t Size = 0;       // bytes of the whole frame
     std::uint32_t Samples = 0;    // per channel

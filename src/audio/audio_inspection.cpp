@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "assets/asset_names.h"
+#include "assets/audio_frames.h"
 #include "assets/audio_stream.h"
 #include "audio/audio_conversion.h"
 #include "job/bits.h"
@@ -21,28 +22,6 @@ namespace kestrova {
 using platform::FileNameOf;
 
 namespace {
-
-// The frame size code table of the AC3 syncinfo: two codes a bitrate, the
-// 16-bit words of a frame at 32, 44.1 and 48 kHz (44.1 kHz frames of an
-// odd code carry one word more).
-struct Ac3FrameSize {
-    std::int16_t Bitrate;  // kbit/s
-    std::int16_t Words32;
-    std::int16_t Words44;
-    std::int16_t Words48;
-};
-constexpr std::array<Ac3FrameSize, 38> kAc3FrameSizes = {{
-    {32, 96, 69, 64},       {32, 96, 70, 64},       {40, 120, 87, 80},      {40, 120, 88, 80},
-    {48, 144, 104, 96},     {48, 144, 105, 96},     {56, 168, 121, 112},    {56, 168, 122, 112},
-    {64, 192, 139, 128},    {64, 192, 140, 128},    {80, 240, 174, 160},    {80, 240, 175, 160},
-    {96, 288, 208, 192},    {96, 288, 209, 192},    {112, 336, 243, 224},   {112, 336, 244, 224},
-    {128, 384, 278, 256},   {128, 384, 279, 256},   {160, 480, 348, 320},   {160, 480, 349, 320},
-    {192, 576, 417, 384},   {192, 576, 418, 384},   {224, 672, 487, 448},   {224, 672, 488, 448},
-    {256, 768, 557, 512},   {256, 768, 558, 512},   {320, 960, 696, 640},   {320, 960, 697, 640},
-    {384, 1152, 835, 768},  {384, 1152, 836, 768},  {448, 1344, 975, 896},  {448, 1344, 976, 896},
-    {512, 1536, 1114, 1024}, {512, 1536, 1115, 1024}, {576, 1728, 1253, 1152}, {576, 1728, 1254, 1152},
-    {640, 1920, 1393, 1280}, {640, 1920, 1394, 1280},
-}};
 
 // The channel layouts by acmod, "000" to "111".
 constexpr std::array<const char*, 8> kChannelLayouts = {"1 : 1", "1 : 0", "2 : 0", "3 : 0",
@@ -144,9 +123,8 @@ AudioFacts CheckAudioSource(JobContext& job, const std::string& Path, bool Exact
     static constexpr std::array<const char*, 4> kRates = {"48", "44.1", "32", "reserved"};
     facts[0] = kRates[static_cast<std::size_t>(BinaryValue(sampleBits))];
     const int code = BinaryValue(sizeBits);
-    facts[1] = got >= 5 && code >= 0 && static_cast<std::size_t>(code) < kAc3FrameSizes.size()
-                   ? std::to_string(kAc3FrameSizes[static_cast<std::size_t>(code)].Bitrate)
-                   : std::string();
+    const Ac3FrameSize* size = code >= 0 ? FindAc3FrameSize(static_cast<unsigned>(code)) : nullptr;
+    facts[1] = got >= 5 && size != nullptr ? std::to_string(size->Kbps) : std::string();
     const std::int32_t frameLength = got >= 5 ? GetFrameLength(sampleBits, sizeBits) : 0;
     std::string header;
     for (std::size_t i = 5; i <= 8; ++i) header += EightBit(dec2bin(bytes[i]));
@@ -164,12 +142,12 @@ AudioFacts CheckAudioSource(JobContext& job, const std::string& Path, bool Exact
 
 std::int32_t GetFrameLength(const std::string& SampleBits, const std::string& SizeBits) {
     const int code = BinaryValue(SizeBits);
-    if (code < 0 || static_cast<std::size_t>(code) >= kAc3FrameSizes.size()) return 0;
-    const Ac3FrameSize& size = kAc3FrameSizes[static_cast<std::size_t>(code)];
+    const Ac3FrameSize* size = code >= 0 ? FindAc3FrameSize(static_cast<unsigned>(code)) : nullptr;
+    if (size == nullptr) return 0;
     switch (BinaryValue(SampleBits)) {
-        case 0: return size.Words48 * 2;
-        case 1: return size.Words44 * 2;
-        case 2: return size.Words32 * 2;
+        case 0: return size->Words48 * 2;
+        case 1: return size->Words44 * 2;
+        case 2: return size->Words32 * 2;
         default: return 0;
     }
 }

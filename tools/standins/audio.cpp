@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "assets/audio_frames.h"
 #include "encoding.h"
 #include "platform/error.h"
 #include "platform/files.h"
@@ -30,10 +31,6 @@
 namespace kestrova::standin {
 
 namespace {
-
-// The AC3 bitrates in kbit/s, in the order of frmsizecod / 2.
-constexpr std::array<long, 19> kAc3Rates = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
-                                            192, 224, 256, 320, 384, 448, 512, 576, 640};
 
 std::string Number(double value) {
     char text[32];
@@ -83,8 +80,8 @@ void ConvertAudio(const Invocation& call, const AudioConversion& conversion) {
 }
 
 long Ac3Bitrate(long kbps, const std::string& where) {
-    for (const long rate : kAc3Rates) {
-        if (rate == kbps) return kbps;
+    for (unsigned code = 0; const Ac3FrameSize* size = FindAc3FrameSize(code); code += 2) {
+        if (size->Kbps == kbps) return kbps;
     }
     throw Error(where + " asks for " + std::to_string(kbps) +
                 " kbit/s, which is no AC3 bitrate (32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, "
@@ -92,11 +89,11 @@ long Ac3Bitrate(long kbps, const std::string& where) {
 }
 
 long Ac3BitrateOfCode(std::uint8_t frmsizecod) {
-    const std::size_t index = frmsizecod / 2u;
-    if (index >= kAc3Rates.size()) {
+    const Ac3FrameSize* size = FindAc3FrameSize(frmsizecod);
+    if (size == nullptr) {
         throw Error("the AC3 frame size code " + std::to_string(frmsizecod) + " names no bitrate; expected 0 to 37");
     }
-    return kAc3Rates[index];
+    return size->Kbps;
 }
 
 bool IsWavFile(const Invocation& call, const std::string& path) {
