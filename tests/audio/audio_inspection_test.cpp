@@ -125,5 +125,28 @@ TEST_F(AudioInspection, AnAssetsFilesAreRenamedOrQueuedByKind) {
     EXPECT_TRUE(Logged("WAV audio to process : K:\\Job\\D_VTS_01_0\\DEMUXED\\001DELAY[-10].MP2"));
 }
 
+TEST_F(AudioInspection, ACellsFilesAreFoundByTheirCellAndGetTheCellsNames) {
+    KESTROVA_REQUIRE_FFMPEG();
+    AddVob({25, 25}).Fps = 25;
+    AddAudio("AC3");
+    const std::string cells = "Job/D_VTS_01_0/DEMUXED_CELLID/";
+    MakeAc3(cells + "001_002-80-DELAY[-5].AC3", "48000 -ac 2 -b:a 192k");
+    Put(cells + "001_002DELAY[-10].MP2", "mpeg audio");
+    Put(cells + "001_001-80-DELAY[-5].AC3", "the first cell's");
+    job.Options().Audio_Besweet = 1;
+
+    AudioCheck(job);
+    ProcessAC3(job, "K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID", 1, 2);
+
+    // The cell's AC3 is stream 1 under the cell's name, its MPEG audio
+    // stream 2 through BeSweet; the other cell's file stays where it is.
+    const std::string folder = "K:\\Job\\D_VTS_01_0\\DEMUXED_CELLID\\";
+    EXPECT_TRUE(Has(cells + "1-001_002.ac3"));
+    EXPECT_TRUE(Has(cells + "001_001-80-DELAY[-5].AC3"));
+    EXPECT_NE(temp.Read("Job/D_VTS_01_0/FRAMESERVING/BeSweetEncoder.bat").find("-output \"" + folder + "2-001_002.ac3\""),
+              std::string::npos);
+    EXPECT_EQ(job.AudioExpected, (std::vector<std::string>{folder + "1-001_002.ac3", folder + "2-001_002.ac3"}));
+}
+
 }  // namespace
 }  // namespace kestrova
