@@ -415,9 +415,8 @@ std::string Usage() {
         text += "  " + call + help + "\n";
     };
     for (const Mode& mode : kModes) {
-        row(std::string(mode.Option) + (*mode.Option != '\0' ? " " : "") + (mode.TakesBitmapFolder ? "[--bmp DIR] " : "") +
-                mode.Operand,
-            mode.Help);
+        const std::string option = std::string(mode.Option) + (*mode.Option != '\0' ? " " : "");
+        row(option + (mode.TakesBitmapFolder ? "[--bmp DIR] " : "") + mode.Operand, mode.Help);
     }
     row("--help", "this text");
     return text;
