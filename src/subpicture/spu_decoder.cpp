@@ -163,7 +163,7 @@ void ReadSequences(const SpuReader& spu, SubpictureUnit& unit) {
         if (sequence.Next < at) {
             spu.Fail(at + 2, "the display control sequence at byte " + std::to_string(at) +
                                  " of the SPU points back to byte " + std::to_string(sequence.Next) +
-                                 " (itself or a later byte expected)");
+                                 " (its own offset, in the last sequence, or one behind it was expected)");
         }
         if (sequence.Next < end) {
             spu.Fail(at + 2, "the display control sequence at byte " + std::to_string(at) +

@@ -2,7 +2,7 @@
 # make-spu-vob.sh [--noise] OUTDIR SECONDS SPUS
 #
 # Makes OUTDIR/spu.vob, a PAL DVD program stream of SECONDS seconds (ffmpeg
-# testsrc, with --noise made noisy so the video is large) carrying two
+# testsrc; with --noise noisy, at 8 Mbit/s, so the file is large) carrying two
 # subpicture streams muxed by spumux, SPUS subpictures each, spread evenly:
 #   0x20 menu-like pictures, the first one forced: two framed buttons, and a
 #        framed field of 4-pixel stripes whose SPU spans several packs;
@@ -28,9 +28,10 @@ out=$1 seconds=$2 spus=$3
 mkdir -p "$out"
 cd "$out"
 
-source=testsrc=size=720x576:rate=25
-((noise)) && source+=",noise=alls=40:allf=t"
-ffmpeg -nostdin -loglevel error -y -f lavfi -i "$source" -t "$seconds" -target pal-dvd -an clip.mpg
+source=testsrc=size=720x576:rate=25 rate=()
+# Noise at 8 Mbit/s makes about 1 MB a second.
+((noise)) && source+=",noise=alls=40:allf=t" rate=(-b:v 8000k)
+ffmpeg -nostdin -loglevel error -y -f lavfi -i "$source" -t "$seconds" -target pal-dvd "${rate[@]}" -an clip.mpg
 
 # One convert run draws every picture (each start of ImageMagick costs half
 # a second): picture NAME ARGS... adds a transparent 720x576 picture with
