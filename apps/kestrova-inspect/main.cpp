@@ -1,10 +1,12 @@
-// kestrova-inspect: prints what the readers see of a disc or of audio
-// files. Each way of looking is one row of the mode table below (its
-// option, what it reads, its help line and the function that prints), so a
-// new view is one more row.
+// kestrova-inspect: prints what the readers see of a disc, of audio files
+// or of the subpictures of VOB files. Each way of looking is one row of the
+// mode table below (its option, what it reads, its help line and the
+// function that prints), so a new view is one more row.
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <iostream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,14 +18,18 @@
 #include "dvd/title_pgcs.h"
 #include "job/context.h"
 #include "platform/error.h"
+#include "platform/es_file_reader.h"
 #include "platform/files.h"
 #include "platform/launcher.h"
 #include "platform/path_space.h"
 #include "platform/process.h"
 #include "platform/questions.h"
 #include "platform/registry.h"
+#include "platform/stream_files.h"
 #include "platform/text.h"
 #include "platform/trace.h"
+#include "subpicture/spu_bmp.h"
+#include "subpicture/spu_decoder.h"
 
 namespace {
 
@@ -41,6 +47,8 @@ struct Session {
     platform::Trace Trace;
     SilentView View;
     JobContext Job{Files, Registry, Runner, Questions, Trace, View};
+    // The host folder --bmp names; empty without it.
+    std::string BitmapFolder;
 };
 
 // What reading one IFO file adds to a job, kept so that a file that fails
@@ -210,12 +218,179 @@ void PrintAudio(Session&, const std::vector<std::string>& paths) { PrintAudioFil
 
 void PrintAudioJson(Session&, const std::vector<std::string>& paths) { PrintAudioFiles(paths, true); }
 
+// A host file as a byte stream, named as the user gave it.
+class HostFileReader final : public platform::ByteReader {
+public:
+    explicit HostFileReader(const std::string& path) : file_(path, "VOB file") {}
+    std::size_t Read(std::span<std::uint8_t> into) override { return file_.Read(into); }
+    const std::string& Name() const override { return file_.Path(); }
+
+private:
+    platform::EsFileReader file_;
+};
+
+// A 90 kHz time as h:mm:ss.mmm.
+std::string ClockTime(std::int64_t ticks) {
+    const std::int64_t ms = ticks / 90;
+    char text[32];
+    std::snprintf(text, sizeof text, "%lld:%02lld:%02lld.%03lld", static_cast<long long>(ms / 3600000),
+                  static_cast<long long>(ms / 60000 % 60), static_cast<long long>(ms / 1000 % 60),
+                  static_cast<long long>(ms % 1000));
+    return text;
+}
+
+// One display control command in words.
+std::string SpuCommandWords(const SpuCommand& command) {
+    const auto indices = [&command](const char* what) {
+        const auto& v = command.Values;
+        return std::string(SpuCommandName(command.Code)) + " " + what + " E2 " + std::to_string(v[3]) + ", E1 " +
+               std::to_string(v[2]) + ", P " + std::to_string(v[1]) + ", Bg " + std::to_string(v[0]);
+    };
+    switch (command.Code) {
+    case SpuCommandCode::FSTA_DSP: return "FSTA_DSP forced start of display";
+    case SpuCommandCode::STA_DSP: return "STA_DSP start of display";
+    case SpuCommandCode::STP_DSP: return "STP_DSP stop of display";
+    case SpuCommandCode::SET_COLOR: return indices("palette entries");
+    case SpuCommandCode::SET_CONTR: return indices("contrast");
+    case SpuCommandCode::SET_DAREA: {
+        const SpuArea& a = command.Area;
+        return "SET_DAREA area x " + std::to_string(a.X1) + "-" + std::to_string(a.X2) + ", y " +
+               std::to_string(a.Y1) + "-" + std::to_string(a.Y2) + " (" + std::to_string(a.Width()) + "x" +
+               std::to_string(a.Height()) + ")";
+    }
+    case SpuCommandCode::SET_DSPXA:
+        return "SET_DSPXA field offsets top " + std::to_string(command.TopField) + ", bottom " +
+               std::to_string(command.BottomField);
+    case SpuCommandCode::CHG_COLCON: return "CHG_COLCON " + std::to_string(command.Length) + " bytes passed over";
+    case SpuCommandCode::CMD_END: break;
+    }
+    return SpuCommandName(command.Code);
+}
+
+PrintNode SpuNode(const SubpictureUnit& unit) {
+    PrintNode node = PrintNode::Object();
+    node.Set("offset", static_cast<std::int64_t>(unit.FileOffset));
+    node.Set("pts", unit.Pts);
+    node.Set("size", std::int64_t{unit.Size});
+    if (unit.Start) {
+        node.Set("start", *unit.Start);
+        node.Set("start_time", ClockTime(*unit.Start));
+    }
+    if (unit.Stop) {
+        node.Set("stop", *unit.Stop);
+        node.Set("stop_time", ClockTime(*unit.Stop));
+    }
+    node.Set("forced", unit.Forced ? "yes" : "no");
+    PrintNode& sequences = node.Set("sequence", PrintNode::Array());
+    for (const DisplaySequence& sequence : unit.Sequences) {
+        PrintNode& item = sequences.Push(PrintNode::Object());
+        item.Set("offset", std::int64_t{sequence.Offset});
+        item.Set("delay", std::int64_t{sequence.Delay});
+        item.Set("delay_ms", sequence.DelayTicks() / 90);
+        PrintNode& commands = item.Set("command", PrintNode::Array());
+        for (const SpuCommand& command : sequence.Commands) commands.Push(PrintNode::Text(SpuCommandWords(command)));
+    }
+    return node;
+}
+
+// Writes a decoded bitmap into the --bmp folder (a drive path ending in "\\").
+void WriteSpuBitmap(Session& session, const std::string& folder, const std::string& name, const SpuBitmap& bitmap) {
+    const std::string bmp = SpuBitmapAsBmp(bitmap);
+    const auto writer = platform::OpenFileWriter(session.Paths, folder + name, platform::WriteMode::Replace);
+    writer->Write(std::span(reinterpret_cast<const std::uint8_t*>(bmp.data()), bmp.size()));
+    writer->Close();
+}
+
+PrintNode FaultNode(const SpuFault& fault) {
+    PrintNode node = PrintNode::Object();
+    node.Set("offset", static_cast<std::int64_t>(fault.Offset));
+    node.Set("what", fault.What);
+    return node;
+}
+
+// Every SPU of the subpicture streams of VOB files, per file and stream,
+// with the faults of each stream. With a bitmap folder, each decoded bitmap
+// is written there as "<stream hex>_<ordinal>.bmp", the ordinal counting a
+// stream's SPUs from 1 across the files in the order given. A file that
+// cannot be read is named on the error stream, the others are still
+// printed, and the run fails at the end.
+void PrintSpuFiles(Session& session, const std::vector<std::string>& paths, bool json) {
+    std::string folder;
+    if (!session.BitmapFolder.empty()) {
+        folder = session.Paths.ToWindows(session.BitmapFolder);
+        session.Files.MakeFolder(folder);
+        if (folder.back() != '\\') folder += '\\';
+    }
+    std::map<std::uint8_t, std::int64_t> ordinals;
+    PrintNode root = PrintNode::Object();
+    PrintNode& files = root.Set("file", PrintNode::Array());
+    std::size_t failed = 0;
+    for (const std::string& path : paths) {
+        try {
+            HostFileReader reader(path);
+            std::map<std::uint8_t, std::vector<PrintNode>> units;
+            const VobSubpictures vob = ReadVobSubpictures(reader, [&](const SubpictureUnit& unit) {
+                const std::int64_t ordinal = ++ordinals[unit.Stream];
+                PrintNode node = SpuNode(unit);
+                if (!unit.Bitmap.Pixels.empty()) {
+                    node.Set("bitmap", std::to_string(unit.Bitmap.Width) + "x" + std::to_string(unit.Bitmap.Height));
+                    if (!folder.empty()) {
+                        const std::string name = StreamHex(unit.Stream) + "_" + std::to_string(ordinal) + ".bmp";
+                        WriteSpuBitmap(session, folder, name, unit.Bitmap);
+                        node.Set("bmp", name);
+                    }
+                }
+                units[unit.Stream].push_back(std::move(node));
+            });
+            std::map<std::uint8_t, std::vector<const SpuFault*>> faults;
+            for (const SpuFault& fault : vob.Faults) faults[fault.Stream].push_back(&fault);
+            for (const auto& [id, list] : faults) units[id];  // a stream of faults only is listed too
+
+            PrintNode file = PrintNode::Object();
+            file.Set("path", path);
+            file.Set("packs", static_cast<std::int64_t>(vob.Packs));
+            PrintNode& badPacks = file.Set("bad_pack", PrintNode::Array());
+            PrintNode& streams = file.Set("stream", PrintNode::Array());
+            for (auto& [id, list] : units) {
+                if (id == 0) {
+                    for (const SpuFault* fault : faults[0]) badPacks.Push(FaultNode(*fault));
+                    continue;
+                }
+                PrintNode& stream = streams.Push(PrintNode::Object());
+                stream.Set("id", "0x" + StreamHex(id));
+                stream.Set("spus", static_cast<std::int64_t>(list.size()));
+                stream.Set("faults", static_cast<std::int64_t>(faults[id].size()));
+                PrintNode& spus = stream.Set("spu", PrintNode::Array());
+                for (PrintNode& node : list) spus.Push(std::move(node));
+                PrintNode& spots = stream.Set("fault", PrintNode::Array());
+                for (const SpuFault* fault : faults[id]) spots.Push(FaultNode(*fault));
+            }
+            if (vob.FaultsNotListed != 0) {
+                file.Set("faults_not_listed", static_cast<std::int64_t>(vob.FaultsNotListed));
+            }
+            files.Push(std::move(file));
+        } catch (const Error& failure) {
+            std::cerr << failure.what() << "\n";
+            ++failed;
+        }
+    }
+    std::cout << (json ? root.RenderJson() : root.RenderText());
+    if (failed > 0) {
+        throw Error(std::to_string(failed) + " of " + std::to_string(paths.size()) + " files could not be read.");
+    }
+}
+
+void PrintSpu(Session& session, const std::vector<std::string>& paths) { PrintSpuFiles(session, paths, false); }
+
+void PrintSpuJson(Session& session, const std::vector<std::string>& paths) { PrintSpuFiles(session, paths, true); }
+
 struct Mode {
     const char* Option;   // empty for the mode without one
     const char* Operand;  // what the arguments after the option are
     bool Many;            // one argument or more (otherwise exactly one)
     const char* Help;
     void (*Print)(Session& session, const std::vector<std::string>& operands);
+    bool TakesBitmapFolder = false;  // --bmp DIR may be given
 };
 
 const Mode kModes[] = {
@@ -227,6 +402,10 @@ const Mode kModes[] = {
      [](Session& session, const std::vector<std::string>& operands) { PrintCrossCheck(session, operands[0]); }},
     {"--audio", "FILE...", true, "each audio stream of AC3, MPEG audio, DTS, LPCM, WAV and VOB files", PrintAudio},
     {"--audio --json", "FILE...", true, "the same as JSON", PrintAudioJson},
+    {"--spu", "FILE.VOB...", true,
+     "each SPU of the subpicture streams of VOB files, with its faults; --bmp writes DIR/<stream>_<n>.bmp", 
+     PrintSpu, true},
+    {"--spu --json", "FILE.VOB...", true, "the same as JSON", PrintSpuJson, true},
 };
 
 std::string Usage() {
@@ -236,7 +415,8 @@ std::string Usage() {
         text += "  " + call + help + "\n";
     };
     for (const Mode& mode : kModes) {
-        row(std::string(mode.Option) + (*mode.Option != '\0' ? " " : "") + mode.Operand, mode.Help);
+        const std::string option = std::string(mode.Option) + (*mode.Option != '\0' ? " " : "");
+        row(option + (mode.TakesBitmapFolder ? "[--bmp DIR] " : "") + mode.Operand, mode.Help);
     }
     row("--help", "this text");
     return text;
@@ -250,13 +430,22 @@ int main(int argc, char** argv) {
         std::cout << Usage();
         return 0;
     }
-    // The options are the leading arguments that begin with "--", in either order.
+    // The options are the arguments that begin with "--", in any order and
+    // place; "--bmp" takes the argument behind it.
     std::vector<std::string> options;
-    while (options.size() < arguments.size() && arguments[options.size()].rfind("--", 0) == 0) {
-        options.push_back(arguments[options.size()]);
+    std::vector<std::string> operands;
+    std::string bitmapFolder;
+    bool bitmapOption = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == "--bmp") {
+            bitmapOption = true;
+            if (i + 1 < arguments.size() && arguments[i + 1].rfind("--", 0) != 0) bitmapFolder = arguments[++i];
+        } else if (arguments[i].rfind("--", 0) == 0) {
+            options.push_back(arguments[i]);
+        } else {
+            operands.push_back(arguments[i]);
+        }
     }
-    const std::vector<std::string> operands(arguments.begin() + static_cast<std::ptrdiff_t>(options.size()),
-                                            arguments.end());
     std::sort(options.begin(), options.end(), [](const std::string& a, const std::string& b) {
         return (a == "--json") < (b == "--json");  // "--json" last, as the table writes it
     });
@@ -268,12 +457,17 @@ int main(int argc, char** argv) {
     }
     try {
         if (mode == nullptr) throw Error("There is no option " + option + "; kestrova-inspect --help lists them.");
+        if (bitmapOption && !mode->TakesBitmapFolder) {
+            throw Error("--bmp goes with --spu only; kestrova-inspect --help lists the modes.");
+        }
+        if (bitmapOption && bitmapFolder.empty()) throw Error("--bmp takes a folder: --bmp DIR.");
         if (mode->Many ? operands.empty() : operands.size() != 1) {
             throw Error(std::string("kestrova-inspect ") + mode->Option + (option.empty() ? "" : " ") + "takes " +
                         (mode->Many ? "at least one " : "one ") + mode->Operand +
                         "; kestrova-inspect --help lists the modes.");
         }
         Session session;
+        session.BitmapFolder = bitmapFolder;
         mode->Print(session, operands);
     } catch (const Error& failure) {
         std::cerr << failure.what() << "\n";
