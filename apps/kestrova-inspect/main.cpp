@@ -139,6 +139,13 @@ void PrintCrossCheck(Session& session, const std::string& folder) {
 }
 
 // One stream's facts and bad spots.
+// Prints the report of a run over files; one that could not be read was
+// named on the error stream as it was met, and fails the run at the end.
+void PrintFileReport(const PrintNode& root, bool json, std::size_t failed, std::size_t total) {
+    std::cout << (json ? root.RenderJson() : root.RenderText());
+    if (failed > 0) throw Error(std::to_string(failed) + " of " + std::to_string(total) + " files could not be read.");
+}
+
 PrintNode AudioStreamNode(const AudioStream& stream) {
     PrintNode node = PrintNode::Object();
     if (stream.Stream != 0) node.Set("id", "0x" + StreamHex(stream.Stream));
@@ -208,10 +215,7 @@ void PrintAudioFiles(const std::vector<std::string>& paths, bool json) {
             ++failed;
         }
     }
-    std::cout << (json ? root.RenderJson() : root.RenderText());
-    if (failed > 0) {
-        throw Error(std::to_string(failed) + " of " + std::to_string(paths.size()) + " files could not be read.");
-    }
+    PrintFileReport(root, json, failed, paths.size());
 }
 
 void PrintAudio(Session&, const std::vector<std::string>& paths) { PrintAudioFiles(paths, false); }
@@ -374,10 +378,7 @@ void PrintSpuFiles(Session& session, const std::vector<std::string>& paths, bool
             ++failed;
         }
     }
-    std::cout << (json ? root.RenderJson() : root.RenderText());
-    if (failed > 0) {
-        throw Error(std::to_string(failed) + " of " + std::to_string(paths.size()) + " files could not be read.");
-    }
+    PrintFileReport(root, json, failed, paths.size());
 }
 
 void PrintSpu(Session& session, const std::vector<std::string>& paths) { PrintSpuFiles(session, paths, false); }

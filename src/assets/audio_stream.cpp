@@ -447,17 +447,9 @@ VobAudio ScanVobAudio(platform::ByteReader& vob) {
     std::map<std::uint8_t, LpcmStream> lpcm;
     ProgramStreamReader reader(vob);
     for (;;) {
-        const Pack* pack = nullptr;
-        try {
-            pack = reader.Next();
-        } catch (const Error& fault) {
-            const std::uint64_t at = reader.Offset();
-            const std::uint64_t next = reader.SkipDamagedPack();
-            const std::string what = std::string(fault.what()) + "; " + std::to_string(next - at) +
-                                     " bytes passed over up to the next pack";
+        const Pack* pack = reader.NextPassingOver([&result](std::uint64_t at, const std::string& what) {
             if (result.Faults.size() < kAudioFaultsListed) result.Faults.push_back({at, what});
-            continue;
-        }
+        });
         if (pack == nullptr) break;
         ++result.Packs;
         for (const PesPacket& packet : pack->Packets) {

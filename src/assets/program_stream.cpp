@@ -134,6 +134,20 @@ const Pack* ProgramStreamReader::Next() {
     return &pack_;
 }
 
+const Pack* ProgramStreamReader::NextPassingOver(
+    const std::function<void(std::uint64_t offset, const std::string& what)>& damaged) {
+    for (;;) {
+        try {
+            return Next();
+        } catch (const Error& fault) {
+            const std::uint64_t at = consumed_;
+            const std::uint64_t next = SkipDamagedPack();
+            damaged(at, std::string(fault.what()) + "; " + std::to_string(next - at) +
+                            " bytes passed over up to the next pack");
+        }
+    }
+}
+
 std::uint64_t ProgramStreamReader::SkipDamagedPack() {
     const auto pass = [this](std::size_t count) {
         begin_ += count;

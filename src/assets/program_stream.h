@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -91,14 +92,19 @@ public:
     // Bytes of the stream consumed so far.
     std::uint64_t Offset() const { return consumed_; }
 
-    // After Next() threw: passes over the damaged pack up to the next pack
-    // start code (00 00 01 BA) or the end, so that a reader that only
-    // reports damage can go on. Returns the offset it stopped at.
-    std::uint64_t SkipDamagedPack();
+    // Next() for a reader that only reports damage: a pack that cannot be
+    // read is passed over up to the next pack start code (00 00 01 BA) or
+    // the end, and `damaged` is told its offset and what was wrong, with the
+    // bytes passed over.
+    const Pack* NextPassingOver(const std::function<void(std::uint64_t offset, const std::string& what)>& damaged);
 
     const std::string& Name() const { return input_.Name(); }
 
 private:
+    // After Next() threw: passes over the damaged pack; returns the offset
+    // it stopped at.
+    std::uint64_t SkipDamagedPack();
+
     bool Fill();
     void Parse(std::span<const std::uint8_t> bytes, std::uint64_t offset);
     void ParsePacket(std::span<const std::uint8_t> pack, std::size_t position, std::uint8_t id, std::size_t end);

@@ -402,16 +402,8 @@ VobSubpictures ReadVobSubpictures(platform::ByteReader& vob, const std::function
     std::vector<SpuFault> faults;
     ProgramStreamReader reader(vob);
     for (;;) {
-        const Pack* pack = nullptr;
-        try {
-            pack = reader.Next();
-        } catch (const Error& fault) {
-            const std::uint64_t at = reader.Offset();
-            const std::uint64_t next = reader.SkipDamagedPack();
-            AddFault(result, {0, at, std::string(fault.what()) + "; " + std::to_string(next - at) +
-                                         " bytes passed over up to the next pack"});
-            continue;
-        }
+        const Pack* pack = reader.NextPassingOver(
+            [&result](std::uint64_t at, const std::string& what) { AddFault(result, {0, at, what}); });
         if (pack == nullptr) break;
         ++result.Packs;
         for (const PesPacket& packet : pack->Packets) {
