@@ -31,7 +31,11 @@ VIDEO INFORMATION
 PGC INFORMATION
 DUMMY VOB SCAN
 PROCESSING VIDEO_TS.VOB
+SUBSCAN
+CONVERT SUBS
 PROCESSING VTS_01_0.VOB
+SUBSCAN
+CONVERT SUBS
 PREPARING SCENARIST FILES
 CREATING SCENARIST SCRIPT
 RUN SUMMARY'
@@ -62,7 +66,7 @@ check_run() {  # name, exit status, console output, output folder
   [ "$status" = 3 ] || { fail "$name: exit status $status"; cat "$console"; }
   [ "$(banners "$out/Kestrova.LOG")" = "$expected_banners" ] ||
     { fail "$name: banners"; diff <(echo "$expected_banners") <(banners "$out/Kestrova.LOG"); }
-  local marks stages="DEMUXED VOB ID,DVD2AVI,PROCESSASSETS"
+  local marks stages="DEMUXED VOB ID,VOBSUB,VSCONV,DVD2AVI,PROCESSASSETS"
   marks=$(journal "$out/Kestrova_Recovery.LOG" | grep -v '^#' | tr '\n' ,)
   [ "$marks" = "-----,VID,$stages,-----,VTS1,$stages," ] || fail "$name: journal marks were: $marks"
   journal "$out/Kestrova_Recovery.LOG" | grep -qx '#VTS_01_0.VOB' || fail "$name: journal head lacks the menus"

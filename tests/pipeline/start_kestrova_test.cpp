@@ -34,9 +34,9 @@ TEST(StartKestrova, ARunJournalsItsStagesAndAResumeSkipsWhatItsMarkSays) {
     EXPECT_EQ(first.JournalLines(),
               (std::vector<std::string>{"#LANGUAGE: " + first.job.State().CurrentLanguage, "#ROOT FOLDER: K:\\OUT",
                                         "#VOLUME NAME: PAL-VMG-BUTTONS", "#SCENARIST", "#FOLDER: D:\\VIDEO_TS",
-                                        "#VIDEO_TS.VOB", "#VTS_01_0.VOB", "-----", "VID", "DEMUXED VOB ID", "DVD2AVI",
-                                        "PROCESSASSETS", "-----", "VTS1", "DEMUXED VOB ID", "DVD2AVI", "PROCESSASSETS",
-                                        kJournalFinished}));
+                                        "#VIDEO_TS.VOB", "#VTS_01_0.VOB", "-----", "VID", "DEMUXED VOB ID", "VOBSUB",
+                                        "VSCONV", "DVD2AVI", "PROCESSASSETS", "-----", "VTS1", "DEMUXED VOB ID",
+                                        "VOBSUB", "VSCONV", "DVD2AVI", "PROCESSASSETS", kJournalFinished}));
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\D_VTS_01_0\\DEMUXED_CELLID"));
     EXPECT_TRUE(first.files.FolderExists("K:\\OUT\\VIDEO_TS"));
     // The job bar only rises: it moves inside the first of the two domains, stands at each one's share of 90
