@@ -113,31 +113,6 @@ void MoveBeSweetAc3(JobContext& job) {
     }
 }
 
-// Each finished AC3 file the menu's conversions were to leave is there; one
-// that is not (a tool failed or wrote nothing) is named in the run log, and
-// the audio stage falls short of it: the run goes on without it.
-void CheckFinishedAudio(JobContext& job) {
-    std::size_t missing = 0;
-    std::string first;
-    for (const std::string& path : job.AudioExpected) {
-        if (job.Files.FileExists(path)) continue;
-        WLOG(job, "\tAudio file not made: " + path);
-        if (missing++ == 0) first = path;
-    }
-    if (missing == 0) return;
-    // The summary names the folder as the user opens it.
-    const auto shown = [&job](const std::string& path) {
-        try {
-            return job.Files.ToHost(path);
-        } catch (const Error&) {
-            return path;
-        }
-    };
-    job.Stages.FallShort(std::to_string(missing) + " of the " + std::to_string(job.AudioExpected.size()) +
-                         " audio files in " + shown(job.WorkFolder) + " were not made (the first: " +
-                         platform::FileNameOf(first) + ")");
-}
-
 void RenameEncoded(JobContext& job, bool fixed) {
     WLOG(job, "Renaming Encoded Audio Files");
     AudioRename(job, job.WorkFolder + "\\DEMUXED", fixed);
@@ -177,7 +152,9 @@ void EnableAudioProcess(JobContext& job) {
         }
     }
     ResetProgress(job);
-    CheckFinishedAudio(job);
+    // A finished AC3 file a conversion was to leave and did not (a tool
+    // failed or wrote nothing) is named, and the stage falls short of it.
+    CheckFilesMade(job, job.AudioExpected, "Audio file", "audio files");
 }
 
 void AC3Encoder(JobContext& job, const std::string& Source, const std::string& Target, std::int16_t VobId) {

@@ -6,6 +6,7 @@
 #include "job/tool_runner.h"
 #include "platform/clock.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -117,6 +118,26 @@ void StageFailed(JobContext& job, RunStage stage, const std::string& reason) {
     WLOG(job, text);
     LogWindow(job, text);
     job.Stages.Fail(stage, reason);
+}
+
+void CheckFilesMade(JobContext& job, const std::vector<std::string>& expected, const std::string& label,
+                    const std::string& kind) {
+    std::size_t missing = 0;
+    std::string first;
+    for (const std::string& path : expected) {
+        if (job.Files.FileExists(path)) continue;
+        WLOG(job, "\t" + label + " not made: " + path);
+        if (missing++ == 0) first = path;
+    }
+    if (missing == 0) return;
+    // The summary names the folder as the user opens it.
+    std::string folder = job.WorkFolder;
+    try {
+        folder = job.Files.ToHost(job.WorkFolder);
+    } catch (const Error&) {
+    }
+    job.Stages.FallShort(std::to_string(missing) + " of the " + std::to_string(expected.size()) + " " + kind +
+                         " in " + folder + " were not made (the first: " + platform::FileNameOf(first) + ")");
 }
 
 }  // namespace kestrova

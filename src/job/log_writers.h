@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "job/context.h"
 
@@ -36,5 +37,11 @@ void NotYetAvailable(JobContext& job, const std::string& stage);
 // log list, and the failure in the run's record, which ends the run at its
 // next stage boundary.
 void StageFailed(JobContext& job, RunStage stage, const std::string& reason);
+// Each of the files a tool was to leave is there; each one that is not is
+// named in the run log ("\t<Label> not made: <path>"), and the stage in
+// hand falls short of them ("N of the M <kind> in <folder> were not made
+// (the first: <name>)"): the run goes on without them.
+void CheckFilesMade(JobContext& job, const std::vector<std::string>& expected, const std::string& label,
+                    const std::string& kind);
 
 }  // namespace kestrova
