@@ -2,12 +2,90 @@
 #include "subpicture/buttons.h"
 
 #include "job/log_writers.h"
+#include "platform/text.h"
+#include "subpicture/sst_lines.h"
 
 namespace kestrova {
 
+namespace {
+
+template <typename Record>
+Record& Extend(Collection<Record>& list, std::size_t index) {
+    while (list.Count() < index) list.Add();
+    return list.Item(index);
+}
+
+// The VOB's subpicture stream at `position`, with a cell list as long as
+// the VOB's cells.
+SUB_STREAM_Properties& StreamOfVob(VOB_ID_Properties& vob, std::size_t position) {
+    auto& stream = Extend(vob.SUB_STREAM, position);
+    while (stream.CELL_DETAILS.Count() < vob.CELL_ID.Count()) stream.CELL_DETAILS.Add();
+    return stream;
+}
+
+// Marks the cells whose bitmaps in a stream's list are highlights.
+void MarkHighlightCells(JobContext& job, VTS_Properties& domain, const std::string& sst, std::size_t position) {
+    for (const auto& event : ReadSstEvents(job, sst)) {
+        if (event.Vob < 1 || static_cast<std::size_t>(event.Vob) > domain.Vob_Id.Count()) continue;
+        auto& vob = domain.Vob_Id.Item(static_cast<std::size_t>(event.Vob));
+        if (event.Highlight) {
+            if (event.Cell >= 1 && static_cast<std::size_t>(event.Cell) <= vob.CELL_ID.Count()) {
+                vob.CELL_ID.Item(static_cast<std::size_t>(event.Cell)).Bmps = -1;
+            }
+            vob.HighLight_Present = -1;
+        }
+        StreamOfVob(vob, position);
+    }
+}
+
+// Gives every bitmap the rip listed its PTS, making the records as far as
+// the rip's count: a cell then has as many bitmaps as its pictures.
+void StampBitmaps(JobContext& job, VTS_Properties& domain, const std::string& idx) {
+    std::size_t stream = 0, vob = 0, cell = 0, bitmap = 0;
+    for (const auto& line : job.Files.ReadLines(idx)) {
+        if (line.rfind("id: --, index: ", 0) == 0) {
+            stream = static_cast<std::size_t>(platform::LeadingWholeNumber(line.substr(15))) + 1;
+        } else if (line.rfind("# Vob/Cell", 0) == 0) {
+            const auto id = line.find("ID: ");
+            const auto comma = line.find(',', id);
+            if (id == std::string::npos || comma == std::string::npos) continue;
+            vob = static_cast<std::size_t>(platform::LeadingWholeNumber(platform::Trim(line.substr(id + 4))));
+            cell = static_cast<std::size_t>(platform::LeadingWholeNumber(platform::Trim(line.substr(comma + 1))));
+            bitmap = 0;
+        } else if (line.rfind("timestamp:", 0) == 0) {
+            ++bitmap;
+            if (stream == 0 || vob < 1 || vob > domain.Vob_Id.Count() || cell < 1) continue;
+            const auto pts = line.find("PTS:");
+            if (pts == std::string::npos) continue;
+            const auto end = line.find(',', pts);
+            std::int64_t value = 0;
+            for (const char digit : platform::Trim(line.substr(pts + 4, end == std::string::npos ? end : end - pts - 4))) {
+                const int hex = platform::HexDigitValue(digit);
+                if (hex < 0) break;
+                value = value * 16 + hex;
+            }
+            auto& vobRecord = domain.Vob_Id.Item(vob);
+            auto& cellRecord = Extend(StreamOfVob(vobRecord, stream).CELL_DETAILS, cell);
+            Extend(cellRecord.bmp, bitmap).PTSstamp = static_cast<std::int32_t>(value);
+        }
+    }
+}
+
+}  // namespace
+
 void FindHighlightBitmaps(JobContext& job, std::int16_t pgcCount) {
-    static_cast<void>(pgcCount);
-    NotYetAvailable(job, "FindHighlightBitmaps");
+    auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
+    const std::string folder = job.WorkFolder + "\\SUBTITLES\\PGC_";
+    for (int i = 1; i <= pgcCount; ++i) {
+        const std::string idx = folder + std::to_string(i) + ".idx";
+        if (!job.Files.FileExists(idx)) continue;
+        WLOG(job, "PGC Number = " + std::to_string(i));
+        for (int s = 0; s < job.State().StreamCount; ++s) {
+            const std::string sst = folder + std::to_string(i) + "0x" + std::to_string(s + 20) + ".sst";
+            if (job.Files.FileExists(sst)) MarkHighlightCells(job, domain, sst, static_cast<std::size_t>(s) + 1);
+        }
+        StampBitmaps(job, domain, idx);
+    }
 }
 
 void CheckDisplayMode(JobContext& job) {

@@ -1,0 +1,58 @@
+// The preparation pass over the rips: highlight cells marked from the
+// lists, and every bitmap of the rip given its record and PTS.
+#include <gtest/gtest.h>
+
+#include "assets/asset_stage_fixture.h"
+#include "subpicture/buttons.h"
+
+namespace kestrova {
+namespace {
+
+class HighlightBitmaps : public test::AssetStageFixture {};
+
+TEST_F(HighlightBitmaps, ListsMarkHighlightCellsAndTheRipCountsEveryBitmap) {
+    AddVob({25});
+    AddVob({25, 25, 25});
+    job.State().StreamCount = 11;
+    std::string head;
+    for (int i = 0; i < 16; ++i) head += "Head " + std::to_string(i) + "\r\n";
+    // Stream 10 (position 11) holds VOB 1's highlight; stream 0 the timed
+    // bitmaps of VOB 2, one commented out by the rewriter.
+    Put("Job/D_VTS_01_0/SUBTITLES/PGC_10x30.sst",
+        head + "Color\tpalette (1 2 3 0)\r\n0001\t00:00:00:00\t99:99:99:99\tP1_S10_10001_V1_C1.bmp\tHighlight\r\n");
+    Put("Job/D_VTS_01_0/SUBTITLES/PGC_10x20.sst",
+        head + "0001\t00:00:00:05\t00:00:00:20\tP1_S0_10001_V2_C1.bmp\r\n"
+               "#0002\t00:00:01:05\t00:00:01:20\tP1_S0_10002_V2_C3.bmp\r\n");
+    Put("Job/D_VTS_01_0/SUBTITLES/PGC_1.idx",
+        "# VobSub index file, v7 (do not modify this line!)\r\nsize: 720x576\r\n\r\n"
+        "id: --, index: 0\r\n"
+        "# Vob/Cell ID: 2, 1 (PTS: 0)\r\n"
+        "timestamp: 00:00:00:200, filepos: 000000000, PTS:4650, highlight: 0\r\n"
+        "# Vob/Cell ID: 2, 3 (PTS: 0)\r\n"
+        "timestamp: 00:00:01:200, filepos: 000000800, PTS:1b7740, highlight: 0\r\n"
+        "timestamp: 00:00:01:800, filepos: 000001000, PTS:1c0000, highlight: 0\r\n"
+        "id: --, index: 10\r\n"
+        "# Vob/Cell ID: 1, 1 (PTS: 0)\r\n"
+        "timestamp: 00:00:00:000, filepos: 000001800, PTS:0, highlight: 1\r\n");
+    FindHighlightBitmaps(job, 2);
+
+    auto& first = Domain().Vob_Id.Item(1);
+    auto& second = Domain().Vob_Id.Item(2);
+    EXPECT_NE(first.HighLight_Present, 0);
+    EXPECT_NE(first.CELL_ID.Item(1).Bmps, 0);
+    EXPECT_EQ(second.HighLight_Present, 0);
+    ASSERT_EQ(first.SUB_STREAM.Count(), 11u);
+    EXPECT_EQ(first.SUB_STREAM.Item(11).CELL_DETAILS.Item(1).bmp.Count(), 1u);
+    ASSERT_EQ(second.SUB_STREAM.Count(), 1u);
+    const auto& cells = second.SUB_STREAM.Item(1).CELL_DETAILS;
+    ASSERT_EQ(cells.Count(), 3u);
+    EXPECT_EQ(cells.Item(1).bmp.Item(1).PTSstamp, 0x4650);
+    EXPECT_EQ(cells.Item(2).bmp.Count(), 0u);
+    ASSERT_EQ(cells.Item(3).bmp.Count(), 2u);
+    EXPECT_EQ(cells.Item(3).bmp.Item(2).PTSstamp, 0x1c0000);
+    EXPECT_TRUE(Logged("PGC Number = 1"));
+    EXPECT_FALSE(Logged("PGC Number = 2"));
+}
+
+}  // namespace
+}  // namespace kestrova
