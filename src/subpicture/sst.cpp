@@ -213,14 +213,18 @@ void EqualiseStreams(JobContext& job, VTS_Properties& domain, const std::string&
                           (!NtscResult(SstTimeBase(job)) && o.Conversion == 0);
     const std::string dummySource = job.ProgramFolder + (palDummy ? "\\PAL.bmp" : "\\NTSC.bmp");
     const std::string dummy = domain.OutputDir + "\\SUBTITLES\\Dummy.bmp";
-    try {
-        if (!job.Files.FileExists(dummy)) {
+    // Copied when the first bitmap comes to point at it.
+    bool copied = false;
+    const auto copyDummy = [&] {
+        copied = true;
+        try {
+            if (job.Files.FileExists(dummy)) return;
             job.Files.MakeFolder(domain.OutputDir + "\\SUBTITLES");
             job.Files.CopyFile(dummySource, dummy);
+        } catch (const Error& failure) {
+            WLOG(job, failure.what());
         }
-    } catch (const Error& failure) {
-        WLOG(job, failure.what());
-    }
+    };
     std::string label = "Wide/Letter/Pan";
     if (aspect == "4:3") label = "Normal";
     if (aspect == "Only Letterbox") label = "Wide/Letter";
@@ -244,6 +248,7 @@ void EqualiseStreams(JobContext& job, VTS_Properties& domain, const std::string&
             for (std::size_t c = 1; c <= stream.CELL_DETAILS.Count() && c <= from.Count(); ++c) {
                 auto& bitmaps = stream.CELL_DETAILS.Item(c).bmp;
                 for (std::size_t k = 1; k <= bitmaps.Count() && k <= from.Item(c).bmp.Count(); ++k) {
+                    if (!copied) copyDummy();
                     auto& bitmap = bitmaps.Item(k);
                     bitmap = from.Item(c).bmp.Item(k);
                     bitmap.FilePath = dummy;
