@@ -51,8 +51,8 @@ struct SstEvent {
     bool Highlight = false;
 };
 
-// The event of a line, or an empty optional with `fault` saying what is
-// wrong: fewer than four fields, a time that is not one, a file name
+// Reads the event of a line; false, with `fault` saying what is wrong,
+// for fewer than four fields, a time that is not one, or a file name
 // without its VOB and cell.
 bool ParseSstEvent(const std::string& line, SstEvent& event, std::string& fault);
 
