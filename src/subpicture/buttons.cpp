@@ -3,7 +3,8 @@
 
 #include "job/log_writers.h"
 #include "platform/text.h"
-#include "subpicture/sst_lines.h"
+#include "subpicture/sst.h"
+#include "subpicture/sst_support.h"
 
 namespace kestrova {
 
@@ -23,13 +24,18 @@ SUB_STREAM_Properties& StreamOfVob(VOB_ID_Properties& vob, std::size_t position)
     return stream;
 }
 
-// Marks the cells whose bitmaps in a stream's list are highlights.
+// Marks the cells whose bitmaps in a stream's list are highlights. A line
+// that is no event is left to the list's reading, which names it.
 void MarkHighlightCells(JobContext& job, VTS_Properties& domain, const std::string& sst, std::size_t position) {
-    for (const auto& event : ReadSstEvents(job, sst)) {
-        if (event.Vob < 1 || static_cast<std::size_t>(event.Vob) > domain.Vob_Id.Count()) continue;
+    const auto lines = job.Files.ReadLines(sst);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        SstEvent event;
+        std::string fault;
+        if (ClassifySstLine(lines[i], i) != SstLineKind::Event || !ParseSstEvent(lines[i], event, fault)) continue;
+        if (static_cast<std::size_t>(event.Vob) > domain.Vob_Id.Count()) continue;
         auto& vob = domain.Vob_Id.Item(static_cast<std::size_t>(event.Vob));
         if (event.Highlight) {
-            if (event.Cell >= 1 && static_cast<std::size_t>(event.Cell) <= vob.CELL_ID.Count()) {
+            if (static_cast<std::size_t>(event.Cell) <= vob.CELL_ID.Count()) {
                 vob.CELL_ID.Item(static_cast<std::size_t>(event.Cell)).Bmps = -1;
             }
             vob.HighLight_Present = -1;
@@ -81,7 +87,7 @@ void FindHighlightBitmaps(JobContext& job, std::int16_t pgcCount) {
         if (!job.Files.FileExists(idx)) continue;
         WLOG(job, "PGC Number = " + std::to_string(i));
         for (int s = 0; s < job.State().StreamCount; ++s) {
-            const std::string sst = folder + std::to_string(i) + "0x" + std::to_string(s + 20) + ".sst";
+            const std::string sst = SstPath(job, i, s);
             if (job.Files.FileExists(sst)) MarkHighlightCells(job, domain, sst, static_cast<std::size_t>(s) + 1);
         }
         StampBitmaps(job, domain, idx);

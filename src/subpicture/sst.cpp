@@ -213,18 +213,14 @@ void EqualiseStreams(JobContext& job, VTS_Properties& domain, const std::string&
                           (!NtscResult(SstTimeBase(job)) && o.Conversion == 0);
     const std::string dummySource = job.ProgramFolder + (palDummy ? "\\PAL.bmp" : "\\NTSC.bmp");
     const std::string dummy = domain.OutputDir + "\\SUBTITLES\\Dummy.bmp";
-    // Copied when the first bitmap comes to point at it.
-    bool copied = false;
-    const auto copyDummy = [&] {
-        copied = true;
-        try {
-            if (job.Files.FileExists(dummy)) return;
+    try {
+        if (!job.Files.FileExists(dummy)) {
             job.Files.MakeFolder(domain.OutputDir + "\\SUBTITLES");
             job.Files.CopyFile(dummySource, dummy);
-        } catch (const Error& failure) {
-            WLOG(job, failure.what());
         }
-    };
+    } catch (const Error& failure) {
+        WLOG(job, failure.what());
+    }
     std::string label = "Wide/Letter/Pan";
     if (aspect == "4:3") label = "Normal";
     if (aspect == "Only Letterbox") label = "Wide/Letter";
@@ -248,7 +244,6 @@ void EqualiseStreams(JobContext& job, VTS_Properties& domain, const std::string&
             for (std::size_t c = 1; c <= stream.CELL_DETAILS.Count() && c <= from.Count(); ++c) {
                 auto& bitmaps = stream.CELL_DETAILS.Item(c).bmp;
                 for (std::size_t k = 1; k <= bitmaps.Count() && k <= from.Item(c).bmp.Count(); ++k) {
-                    if (!copied) copyDummy();
                     auto& bitmap = bitmaps.Item(k);
                     bitmap = from.Item(c).bmp.Item(k);
                     bitmap.FilePath = dummy;
@@ -485,13 +480,6 @@ void ProcessSST(JobContext& job, std::int16_t pgcCount, std::int16_t streamCount
                 shared = use.FirstUse[index].Shared != 0;
             }
             if ((shared || streamCount == 1) && wide) pass.Label = panScan ? "Wide/Pan" : "Wide/Letter";
-
-            // Every bitmap of a cell is counted before the first is corrected,
-            // so that the last one is known as the last.
-            for (const auto& [at, event] : list.Events) {
-                auto& details = StreamCell(SstVob(job, event.Vob), pass.Stream, event.Cell);
-                CellBitmap(details, list.Position.at(at));
-            }
 
             SstSettings settings;
             for (std::size_t at = 0; at < list.Lines.size(); ++at) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <fstream>
 #include <sstream>
 
@@ -201,6 +203,11 @@ TEST_F(Sst, ListsBecomeBitmapsOfTheirStreamsAndCells) {
         SstHead("PGC_10x21") + "0001\t00:00:10:07\t00:00:12:00\tP1_S1_10001_V1_C2.bmp\tHighlight\r\n");
     // No .idx for PGC 2: its list is not read.
     Put("Job/D_VTS_01_0/SUBTITLES/PGC_20x20.sst", "not a list");
+    // The rip's bitmaps per stream and cell, as the pass before counts them.
+    for (const auto& [stream, cell, count] : {std::tuple{1, 1, 2}, {1, 2, 1}, {2, 2, 1}}) {
+        while (vob.SUB_STREAM.Item(stream).CELL_DETAILS.Count() < 2) vob.SUB_STREAM.Item(stream).CELL_DETAILS.Add();
+        for (int k = 0; k < count; ++k) vob.SUB_STREAM.Item(stream).CELL_DETAILS.Item(cell).bmp.Add();
+    }
 
     ProcessSST(job, 2, 2);
 
