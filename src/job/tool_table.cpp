@@ -36,6 +36,8 @@ constexpr OutsideTool kOutsideTools[] = {
     {"BeSweet.exe", "AC3", kProgramFolder, "BeSweet", "", "", ""},
     {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
     {"delaycut.exe", "AC3", kProgramFolder, "delaycut", "", "", ""},
+    // The subpicture tools.
+    {"BitmapResize.exe", "", kProgramFolder, "BitmapResize", "", "", ""},
 };
 
 }  // namespace

@@ -79,5 +79,7 @@ int RunRejig(const Invocation& call);
 int RunBeSweet(const Invocation& call);
 int RunSoftEncode(const Invocation& call);
 int RunDelaycut(const Invocation& call);
+// The subpicture tools (bitmap_resize.cpp).
+int RunBitmapResize(const Invocation& call);
 
 }  // namespace kestrova::standin
