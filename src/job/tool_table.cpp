@@ -37,6 +37,8 @@ constexpr OutsideTool kOutsideTools[] = {
     {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
     {"delaycut.exe", "AC3", kProgramFolder, "delaycut", "", "", ""},
     // The subpicture tools.
+    {"vsrip.exe", "", kProgramFolder, "vsrip", "VobSub Ripper Wizard", "", ""},
+    {"vsconv.exe", "", kProgramFolder, "vsconv", "", "", ""},
     {"BitmapResize.exe", "", kProgramFolder, "BitmapResize", "", "", ""},
 };
 
