@@ -32,7 +32,9 @@ int RunBitmapResize(const Invocation& call) {
     IndexedBmpFile bitmap = ReadIndexedBmp(ReadJobFile(call, input), input);
     const std::uint64_t height = bitmap.Height;
     const std::uint64_t rows = height * to / from;
-    if (rows == 0) throw Error("BitmapResize: \"" + input + "\" has " + std::to_string(height) + " rows, too few to resize");
+    if (rows == 0) {
+        throw Error("BitmapResize: \"" + input + "\" has " + std::to_string(height) + " rows, too few to resize");
+    }
     std::vector<std::string> resized(rows);
     for (std::uint64_t y = 0; y < rows; ++y) {
         // The input row under the centre of output row y: (y + 1/2) * height / rows.

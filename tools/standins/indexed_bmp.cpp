@@ -40,7 +40,9 @@ public:
                          std::to_string(bytes_.size()));
         }
         std::uint32_t value = 0;
-        for (int i = count; i-- > 0;) value = (value << 8) | static_cast<std::uint8_t>(bytes_[at + static_cast<std::size_t>(i)]);
+        for (int i = count; i-- > 0;) {
+            value = (value << 8) | static_cast<std::uint8_t>(bytes_[at + static_cast<std::size_t>(i)]);
+        }
         return value;
     }
 
@@ -81,10 +83,10 @@ std::string IndexedBmp(const IndexedFrame& frame) {
     Put(bytes, 8, 2);             // bits a pixel
     Put(bytes, 0, 4);             // BI_RGB, not compressed
     Put(bytes, dataBytes, 4);
-    Put(bytes, 2835, 4);          // 72 dpi, as pixels a metre
+    Put(bytes, 2835, 4);  // 72 dpi, as pixels a metre
     Put(bytes, 2835, 4);
-    Put(bytes, entries, 4);       // entries used
-    Put(bytes, entries, 4);       // entries important
+    Put(bytes, entries, 4);                                                 // entries used
+    Put(bytes, entries, 4);                                                 // entries important
     for (const std::uint32_t rgb : kSubpicturePalette) Put(bytes, rgb, 4);  // blue, green, red, 0
     for (std::uint32_t y = frame.Height; y-- > 0;) {
         bytes.append(reinterpret_cast<const char*>(frame.Pixels.data() + std::size_t{y} * frame.Width), frame.Width);
@@ -123,7 +125,8 @@ IndexedBmpFile ReadIndexedBmp(const std::string& bytes, const std::string& name)
     const auto height = static_cast<std::int32_t>(reader.Field(kHeightField, 4, "the height"));
     file.BitsPerPixel = static_cast<std::uint16_t>(reader.Field(kBitsField, 2, "the bits a pixel"));
     if (file.BitsPerPixel != 4 && file.BitsPerPixel != 8) {
-        reader.Fail(kBitsField, std::to_string(file.BitsPerPixel) + " bits a pixel; an indexed bitmap of 4 or 8 was expected");
+        reader.Fail(kBitsField,
+                    std::to_string(file.BitsPerPixel) + " bits a pixel; an indexed bitmap of 4 or 8 was expected");
     }
     if (reader.Field(kCompressionField, 4, "the compression") != 0) {
         reader.Fail(kCompressionField, "the bitmap is compressed; only uncompressed rows are read");
@@ -134,7 +137,8 @@ IndexedBmpFile ReadIndexedBmp(const std::string& bytes, const std::string& name)
     }
     if (dataOffset < kFileHeaderBytes + infoSize || dataOffset > bytes.size()) {
         reader.Fail(kDataOffsetField, "the pixel data is said to start at byte " + std::to_string(dataOffset) +
-                                          ", outside the file's " + std::to_string(bytes.size()) + " bytes behind its headers");
+                                          ", outside the file's " + std::to_string(bytes.size()) +
+                                          " bytes behind its headers");
     }
     file.BottomUp = height > 0;
     file.Height = static_cast<std::uint32_t>(height > 0 ? height : -height);

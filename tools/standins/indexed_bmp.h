@@ -37,12 +37,12 @@ std::string BlankBmp(std::uint32_t width, std::uint32_t height);
 // A 4- or 8-bit indexed BMP as read: its header and palette bytes kept as
 // they stand, its rows top down as stored (packed, padded).
 struct IndexedBmpFile {
-    std::string Head;          // file header, info header and palette
+    std::string Head;  // file header, info header and palette
     std::int32_t Width = 0;
     std::uint32_t Height = 0;  // rows
     bool BottomUp = true;      // a positive height in the file
     std::uint16_t BitsPerPixel = 0;
-    std::uint32_t Stride = 0;  // bytes of a row, padding included
+    std::uint32_t Stride = 0;       // bytes of a row, padding included
     std::vector<std::string> Rows;  // top down
 
     // The whole file, with the header's height and sizes made to fit Rows.

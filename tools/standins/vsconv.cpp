@@ -71,8 +71,8 @@ VsconvLine ParseLine(const std::vector<std::string>& arguments) {
 
 // One "timestamp:" line of the stream's section.
 struct IndexEntry {
-    std::size_t Line = 0;      // in the idx, from 1
-    std::size_t Number = 0;    // k: the entry's place in the section, from 1
+    std::size_t Line = 0;    // in the idx, from 1
+    std::size_t Number = 0;  // k: the entry's place in the section, from 1
     std::int64_t TimeMs = 0;
     std::uint64_t FilePos = 0;
     bool Highlight = false;
@@ -110,15 +110,18 @@ IndexFile ReadIndex(const std::string& path, const std::string& text, int stream
     std::string vobId, cellId;
     const std::vector<std::string> lines = TextLines(text);
     const auto bad = [&](std::size_t number, const std::string& what) {
-        std::cerr << "vsconv: \"" << path << "\" line " << number << ", subpicture stream 0x" << StreamHex(static_cast<std::uint8_t>(0x20 + stream))
-                  << ": " << what << "; passed over\n";
+        std::cerr << "vsconv: \"" << path << "\" line " << number << ", subpicture stream 0x"
+                  << StreamHex(static_cast<std::uint8_t>(0x20 + stream)) << ": " << what << "\n";
     };
     std::size_t entries = 0;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::string& line = lines[i];
         std::smatch match;
         if (line.rfind("size:", 0) == 0) {
-            if (!std::regex_match(line, match, size)) throw Error("vsconv: \"" + path + "\" line " + std::to_string(i + 1) + ": the size line \"" + line + "\" is not \"size: WxH\"");
+            if (!std::regex_match(line, match, size)) {
+                throw Error("vsconv: \"" + path + "\" line " + std::to_string(i + 1) + ": the size line \"" + line +
+                            "\" is not \"size: WxH\"");
+            }
             index.Width = static_cast<std::uint32_t>(std::stoul(match[1]));
             index.Height = static_cast<std::uint32_t>(std::stoul(match[2]));
         } else if (line.rfind("id:", 0) == 0) {
@@ -131,13 +134,16 @@ IndexFile ReadIndex(const std::string& path, const std::string& text, int stream
             if (std::regex_match(line, match, cell)) {
                 vobId = match[1], cellId = match[2];
             } else {
-                bad(i + 1, "the cell line \"" + line + "\" is not \"# Vob/Cell ID: V, C (PTS: N)\"");
+                bad(i + 1,
+                    "the cell line \"" + line + "\" is not \"# Vob/Cell ID: V, C (PTS: N)\"; its SPUs are dropped");
                 vobId.clear(), cellId.clear();
             }
         } else if (line.rfind("timestamp:", 0) == 0) {
             ++entries;
             if (!std::regex_match(line, match, timestamp)) {
-                bad(i + 1, "the line \"" + line + "\" is no \"timestamp: HH:MM:SS:mmm, filepos: X, PTS:X, highlight: 0|1\"; its SPU is dropped");
+                bad(i + 1,
+                    "the line \"" + line +
+                        "\" is not \"timestamp: HH:MM:SS:mmm, filepos: X, PTS:X, highlight: 0|1\"; its SPU is dropped");
             } else if (vobId.empty()) {
                 bad(i + 1, "no \"# Vob/Cell ID\" line names the cell of this SPU; it is dropped");
             } else {
@@ -163,7 +169,9 @@ IndexFile ReadIndex(const std::string& path, const std::string& text, int stream
 // order (Bg P E1 E2).
 using FourValues = std::array<int, 4>;
 
-FourValues InSstOrder(const std::array<std::uint8_t, 4>& values) { return {values[2], values[1], values[0], values[3]}; }
+FourValues InSstOrder(const std::array<std::uint8_t, 4>& values) {
+    return {values[2], values[1], values[0], values[3]};
+}
 
 // The last value the SPU's sequences set with `code` up to the first
 // sequence that starts the display (all of them when none does).
@@ -184,7 +192,7 @@ std::optional<FourValues> ValueAtStart(const SubpictureUnit& unit, SpuCommandCod
 struct Event {
     const IndexEntry* Entry = nullptr;
     std::string Bitmap;
-    std::int64_t StartDelay = 0;         // 90 kHz from the SPU's PTS
+    std::int64_t StartDelay = 0;  // 90 kHz from the SPU's PTS
     std::optional<std::int64_t> StopDelay;
     bool Forced = false;
     std::optional<FourValues> Colors, Contrasts;
@@ -235,7 +243,7 @@ std::string SstText(const std::vector<Event>& events, const std::string& output,
                                 "SP_NUMBER\tSTART\tEND\tFILE_NAME"};
     std::string text;
     for (const std::string& line : head) text += line + "\r\n";
-    std::optional<FourValues> colors, contrasts;  // as last written
+    std::optional<FourValues> colors, contrasts;                          // as last written
     FourValues held = kDefaultColors, heldContrasts = kDefaultContrasts;  // an SPU without them keeps these
     int number = 0;
     for (const Event& event : events) {
@@ -328,8 +336,9 @@ int RunVsconv(const Invocation& call) {
         if (event != done.end()) {
             events.push_back(event->second);
         } else if (entry.FilePos % kPackSize == 0) {
-            std::cerr << "vsconv: \"" << idx << "\" line " << entry.Line << ", " << streamName << ": no SPU of the stream decodes from byte "
-                      << entry.FilePos << " of \"" << sub << "\"; it is left out\n";
+            std::cerr << "vsconv: \"" << idx << "\" line " << entry.Line << ", " << streamName
+                      << ": no SPU of the stream decodes from byte " << entry.FilePos << " of \"" << sub
+                      << "\"; it is left out\n";
         }
     }
     if (events.empty()) return 0;

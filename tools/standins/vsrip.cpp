@@ -40,11 +40,11 @@ namespace {
 constexpr std::size_t kVideoAttributes = 512;  // 83 for 25 fps, 79 for 30
 constexpr std::uint8_t kVideoPal = 83;
 constexpr std::uint8_t kVideoNtsc = 79;
-constexpr std::size_t kPgcTable = 2048;       // PGC count (2 bytes), then 8 bytes a PGC from 2056
+constexpr std::size_t kPgcTable = 2048;  // PGC count (2 bytes), then 8 bytes a PGC from 2056
 constexpr std::size_t kPgcEntries = 2056;
 constexpr std::size_t kPgcEntryBytes = 8;
 constexpr std::size_t kPgcCellCount = 3;
-constexpr std::size_t kPgcCells = 237;        // the cell table: 24 bytes a cell
+constexpr std::size_t kPgcCells = 237;  // the cell table: 24 bytes a cell
 constexpr std::size_t kCellBytes = 24;
 constexpr std::size_t kCellFirstSector = 8;
 constexpr std::size_t kCellLastSector = 20;
@@ -101,7 +101,9 @@ public:
                          std::to_string(bytes_.size()));
         }
         std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i) value = (value << 8) | static_cast<std::uint8_t>(bytes_[at + static_cast<std::size_t>(i)]);
+        for (int i = 0; i < count; ++i) {
+            value = (value << 8) | static_cast<std::uint8_t>(bytes_[at + static_cast<std::size_t>(i)]);
+        }
         return value;
     }
 
@@ -133,7 +135,8 @@ RipPgc ReadPgc(const IfoBytes& ifo, std::size_t pgc) {
     if (!ifo.StartsWith("DVDVIDEO-VTS")) ifo.Fail(0, "the file does not begin with \"DVDVIDEO-VTS\"");
     const std::uint32_t video = ifo.Field(kVideoAttributes, 1, "the video attributes");
     if (video != kVideoPal && video != kVideoNtsc) {
-        ifo.Fail(kVideoAttributes, "the video attributes are " + std::to_string(video) + ", expected 83 (PAL) or 79 (NTSC)");
+        ifo.Fail(kVideoAttributes,
+                 "the video attributes are " + std::to_string(video) + ", expected 83 (PAL) or 79 (NTSC)");
     }
     result.Ntsc = video == kVideoNtsc;
     const std::uint32_t count = ifo.Field(kPgcTable, 2, "the PGC count");
@@ -189,7 +192,9 @@ public:
             const std::size_t want = static_cast<std::size_t>(
                 std::min<std::uint64_t>(into.size() - placed, range.End - range.First - inRange_));
             const std::size_t got = file_->Read(into.subspan(placed, want));
-            if (got == 0) throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
+            if (got == 0) {
+                throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
+            }
             placed += got;
             inRange_ += got;
             position_ += got;
@@ -227,7 +232,9 @@ private:
         while (position_ < offset) {
             skipped.resize(static_cast<std::size_t>(std::min<std::uint64_t>(offset - position_, 1 << 20)));
             const std::size_t got = file_->Read(skipped);
-            if (got == 0) throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
+            if (got == 0) {
+                throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
+            }
             position_ += got;
         }
     }
@@ -341,7 +348,8 @@ int RunVsrip(const Invocation& call) {
                       << ") ends at sector " << cell.LastSector << ", past the " << sectors << " sectors of \"" << vob
                       << "\"; the sectors that exist are read\n";
         }
-        ranges.push_back({std::uint64_t{cell.FirstSector} * kPackSize, std::max<std::uint64_t>(end, cell.FirstSector) * kPackSize});
+        ranges.push_back(
+            {std::uint64_t{cell.FirstSector} * kPackSize, std::max<std::uint64_t>(end, cell.FirstSector) * kPackSize});
     }
     const std::string joined = vob + " (the cells of PGC " + std::to_string(list.Pgc) + " joined)";
 
@@ -360,7 +368,8 @@ int RunVsrip(const Invocation& call) {
         while (const Pack* pack = reader.NextPassingOver(damaged)) {
             const std::size_t cell = input.RangeOf(pack->Offset);
             if (pack->HasNav) {
-                navs.push_back({pack->Offset, (pack->Bytes[kHighlightStatus] & 0x03) != 0 && pack->Bytes[kButtonCount] > 0});
+                navs.push_back(
+                    {pack->Offset, (pack->Bytes[kHighlightStatus] & 0x03) != 0 && pack->Bytes[kButtonCount] > 0});
                 if (cell < cellScans.size()) {
                     if (!cellScans[cell].FirstVobuStart) cellScans[cell].FirstVobuStart = pack->Nav.VobuStartPtm;
                     cellScans[cell].LastVobuEnd = pack->Nav.VobuEndPtm;
@@ -368,9 +377,9 @@ int RunVsrip(const Invocation& call) {
             } else if (!pack->NavFault.empty()) {
                 std::cerr << "vsrip: " << pack->NavFault << "\n";
             }
-            const bool subpicture = std::any_of(pack->Packets.begin(), pack->Packets.end(), [](const PesPacket& packet) {
-                return KindOfStream(packet.Stream) == StreamKind::Subpicture;
-            });
+            const bool subpicture = std::any_of(
+                pack->Packets.begin(), pack->Packets.end(),
+                [](const PesPacket& packet) { return KindOfStream(packet.Stream) == StreamKind::Subpicture; });
             if (subpicture) {
                 subOffsets[pack->Offset] = sub->Size();
                 sub->Write(pack->Bytes);
@@ -381,7 +390,7 @@ int RunVsrip(const Invocation& call) {
 
     // Each run of cells of one VOB id is a segment timed from its first
     // VOBU start; a segment begins where the one before it ended.
-    std::vector<std::int64_t> cellBase(pgc.Cells.size());   // PGC time of the segment's start
+    std::vector<std::int64_t> cellBase(pgc.Cells.size());      // PGC time of the segment's start
     std::vector<std::int64_t> cellZero(pgc.Cells.size(), -1);  // the segment's first VOBU start PTS
     std::int64_t elapsed = 0;
     for (std::size_t first = 0; first < pgc.Cells.size();) {
@@ -415,13 +424,17 @@ int RunVsrip(const Invocation& call) {
             const std::int64_t zero = cellZero[entry.Cell] >= 0 ? cellZero[entry.Cell] : entry.Pts;
             entry.Time = cellBase[entry.Cell] + std::max<std::int64_t>(entry.Pts - zero, 0);
             // The NAV pack of the VOBU: the last one before the SPU's first pack.
-            const auto after = std::upper_bound(navs.begin(), navs.end(), pack,
-                                                [](std::uint64_t offset, const NavPoint& nav) { return offset < nav.Offset; });
+            const auto after =
+                std::upper_bound(navs.begin(), navs.end(), pack,
+                                 [](std::uint64_t offset, const NavPoint& nav) { return offset < nav.Offset; });
             entry.Highlight = after != navs.begin() && std::prev(after)->Buttons;
             streams[unit.Stream].push_back(entry);
         });
         for (const SpuFault& fault : read.Faults) {
-            if (fault.Stream != 0) std::cerr << "vsrip: " << fault.What << " (byte " << input.VobOffsetOf(fault.Offset) << " of \"" << vob << "\")\n";
+            if (fault.Stream != 0) {
+                std::cerr << "vsrip: " << fault.What << " (byte " << input.VobOffsetOf(fault.Offset) << " of \"" << vob
+                          << "\")\n";
+            }
         }
         if (read.FaultsNotListed > 0) std::cerr << "vsrip: " << read.FaultsNotListed << " further faults not listed\n";
     }
@@ -431,7 +444,8 @@ int RunVsrip(const Invocation& call) {
         index += "\r\nid: --, index: " + std::to_string(stream - 0x20) + "\r\n";
         auto entry = entries.begin();
         for (std::size_t k = 0; k < pgc.Cells.size(); ++k) {
-            index += "# Vob/Cell ID: " + std::to_string(pgc.Cells[k].VobId) + ", " + std::to_string(pgc.Cells[k].CellId) +
+            index += "# Vob/Cell ID: " + std::to_string(pgc.Cells[k].VobId) + ", " +
+                     std::to_string(pgc.Cells[k].CellId) +
                      " (PTS: " + std::to_string(cellScans[k].FirstVobuStart.value_or(0)) + ")\r\n";
             for (; entry != entries.end() && entry->Cell == k; ++entry) {
                 index += "timestamp: " + IndexTime(entry->Time) + ", filepos: " + Hex(entry->SubOffset, 9) +
