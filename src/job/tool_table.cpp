@@ -36,6 +36,10 @@ constexpr OutsideTool kOutsideTools[] = {
     {"BeSweet.exe", "AC3", kProgramFolder, "BeSweet", "", "", ""},
     {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
     {"delaycut.exe", "AC3", kProgramFolder, "delaycut", "", "", ""},
+    // The subpicture tools.
+    {"vsrip.exe", "", kProgramFolder, "vsrip", "VobSub Ripper Wizard", "", ""},
+    {"vsconv.exe", "", kProgramFolder, "vsconv", "", "", ""},
+    {"BitmapResize.exe", "", kProgramFolder, "BitmapResize", "", "", ""},
 };
 
 }  // namespace

@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 20> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -54,6 +54,14 @@ constexpr std::array<PersonalityEntry, 20> kPersonalities = {{
      "delaycut [-start N] [-fixcrc silence] [-end N] \"X.AC3\"  copies the AC3 frames of X.AC3 into X_fixed.ac3:\n"
      "                       -start/-end N drop the whole frames of the first/last N ms (N < 0: add N ms of\n"
      "                       silent frames there); -fixcrc silence makes each frame failing a CRC silent (ffmpeg)"},
+    {"vsrip", RunVsrip, false,
+     "vsrip \"PGC_<i>_para.lst\"  rips PGC i of the IFO the list names to B.sub and B.idx (B the list's base),\n"
+     "                       and for PGC 1 every sector of the VOB beside the IFO to B.bov"},
+    {"vsconv", RunVsconv, false,
+     "vsconv -f \"scenarist\" -i \"X.idx\" -o \"BASE\" -id N -kestrova  writes BASE.sst and one BMP per SPU\n"
+     "                       of subpicture stream 0x20+N of X.idx and X.sub"},
+    {"BitmapResize", RunBitmapResize, false,
+     "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
 }};
 
 }  // namespace

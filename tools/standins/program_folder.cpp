@@ -8,6 +8,7 @@
 #include <charconv>
 #include <iostream>
 
+#include "indexed_bmp.h"
 #include "job/tool_table.h"
 #include "pe_builder.h"
 #include "platform/error.h"
@@ -57,6 +58,10 @@ void LayOutTools(const platform::FileSystem& files, platform::Registry& registry
             registry.savestring(platform::RegistryRoot::CurrentUser, tool.Registry.Key, tool.Registry.Name, folder);
         }
     }
+    // The blank subpicture frames the job copies for a stream without pictures.
+    files.MakeFolder(programFolder);
+    files.WriteText(programFolder + "\\PAL.bmp", BlankBmp(720, 576));
+    files.WriteText(programFolder + "\\NTSC.bmp", BlankBmp(720, 480));
 }
 
 int RunProgramFolder(const Invocation& call) {

@@ -1,7 +1,8 @@
 // A program folder laid out as an installation has it, for the pre-flight
 // checks: each tool of the tool table that has an identity becomes a small
 // PE file with that version resource in its folder, and a tool found by a
-// registry value gets the value naming its folder. The "program-folder"
+// registry value gets the value naming its folder; the blank subpicture
+// frames PAL.bmp and NTSC.bmp lie beside the programs. The "program-folder"
 // personality and the tests' program folders both lay out through here.
 #pragma once
 
