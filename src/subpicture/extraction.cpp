@@ -125,6 +125,17 @@ void RunVsrip(JobContext& job, const std::string& ifo, std::size_t pgcCount) {
     const std::string batchPath = folder + "\\VSRIP.bat";
     job.Files.WriteText(batchPath, batch);
     RunOutsideTool(job, "\"" + batchPath + "\"", kWindowHidden);
+
+    // Every rip leaves its pair, and the first the domain's sectors that the
+    // button pass reads; the later passes would only find them missing.
+    std::vector<std::string> expected;
+    for (std::size_t i = 1; i <= pgcCount; ++i) {
+        const std::string base = folder + "\\PGC_" + std::to_string(i);
+        expected.push_back(base + ".idx");
+        expected.push_back(base + ".sub");
+    }
+    expected.push_back(folder + "\\PGC_1.bov");
+    CheckFilesMade(job, expected, "Subpicture rip file", "subpicture rip files");
 }
 
 // The highest stream id the domain's PGCs give their subpictures; -1 when

@@ -81,7 +81,7 @@ resumed first-demux
 #    demultiplexing ended, and the project file of one indexer is there. A
 #    start without a choice is refused first, naming both, and so is a
 #    resumption from another disc.
-killed_at indexing 4
+killed_at indexing 6
 cli ""
 [ "$status" = 2 ] || fail "unfinished job: exit status $status"
 grep -q -- '--resume.*--fresh' "$work/last.out" || { fail "unfinished job: message"; cat "$work/last.out"; }
@@ -94,7 +94,7 @@ resumed indexing
 #    first menu has ended. The resumption is killed too, as it starts its
 #    first tool, when its new journal has not yet passed the first menu's
 #    marks again; the next one still goes on from the first run's point.
-KILL_PARTIAL=1 killed_at second-demux 8
+KILL_PARTIAL=1 killed_at second-demux 12
 cli 1 --resume
 [ "$status" = 137 ] || fail "second-demux: the resumption was not killed (exit status $status)"
 cli "" --resume

@@ -70,5 +70,36 @@ TEST(SubpictureDiscs, TheScanFindsTheCellsOfTheMenusCellTable) {
     EXPECT_EQ(compared, 15);
 }
 
+// Frames of an SST time "HH:MM:SS:FF" at 30 labels a second.
+int SstFrames(const std::string& time) {
+    return ((std::stoi(time.substr(0, 2)) * 60 + std::stoi(time.substr(3, 2))) * 60 + std::stoi(time.substr(6, 2))) *
+               30 +
+           std::stoi(time.substr(9, 2));
+}
+
+TEST(SubpictureDiscs, TimedSubtitlesKeepTheTimesTheyWereMadeWith) {
+    test::PipelineFixture f("ntsc-wide-menus-subs");
+    BeginRoutines(f.job);
+    ASSERT_TRUE(f.job.Stages.Ended()) << f.job.Stages.FailureReason();
+    // Menu 2 is VOB id 2, three cells with one subtitle each, muxed at these
+    // seconds from the start of its video; stream 0 of the one PGC.
+    const double spans[][2] = {{0.2, 0.8}, {1.2, 1.7}, {2.2, 2.8}};
+    std::vector<std::vector<std::string>> events;
+    const auto lines = f.files.ReadLines("K:\\OUT\\D_VIDEO_TS\\SUBTITLES\\PGC_10x20.sst");
+    for (std::size_t i = 16; i < lines.size(); ++i) {
+        std::vector<std::string> fields;
+        std::istringstream line(lines[i]);
+        for (std::string field; std::getline(line, field, '\t');) fields.push_back(field);
+        if (fields.size() >= 4 && fields[3].find("_V2_") != std::string::npos) events.push_back(fields);
+    }
+    ASSERT_EQ(events.size(), 3u);
+    for (std::size_t k = 0; k < 3; ++k) {
+        SCOPED_TRACE(events[k][3]);
+        EXPECT_NE(events[k][3].find("_C" + std::to_string(k + 1) + ".bmp"), std::string::npos);
+        EXPECT_NEAR(SstFrames(events[k][1]), spans[k][0] * 30000 / 1001, 1.0);
+        EXPECT_NEAR(SstFrames(events[k][2]), spans[k][1] * 30000 / 1001, 1.0);
+    }
+}
+
 }  // namespace
 }  // namespace kestrova

@@ -97,7 +97,7 @@ std::map<int, std::vector<IdxEntry>> ReadIdx(const std::string& text) {
 
 // One event of a .sst, as the list reader splits it.
 struct SstEvent {
-    int Start = 0, End = -1;  // frames from the PGC's start; -1: never stops
+    int Start = 0, End = -1;  // frames from the VOB id's start; -1: never stops
     std::string Bitmap;
     bool Highlight = false;
 };
@@ -201,7 +201,8 @@ std::map<int, std::vector<std::pair<double, int>>> ProbeIdx(const std::string& h
 // with the SPU's size, and each becomes an event whose bitmap exists. All
 // their SPUs are forced button highlights. The jumppad disc's VMG menus
 // restart their PTS in each VOB id: an intro of 1.2 s without buttons,
-// a loop of 1.2 s, then menu 2, each SPU at its VOB's start.
+// a loop of 1.2 s, then menu 2, each SPU at the start of its VOB id, which
+// is where its times count from.
 TEST(SubpictureStandIns, FixtureMenusAreRippedAndConvertedSpuForSpu) {
     KESTROVA_REQUIRE_FFMPEG();
     const struct {
@@ -209,8 +210,8 @@ TEST(SubpictureStandIns, FixtureMenusAreRippedAndConvertedSpuForSpu) {
         std::int16_t Domain;
         const char* Vob;
         bool Ntsc;
-        std::vector<double> Seconds;  // of the SPUs from the PGC's start; empty: not checked
-    } menus[] = {{"pal-menu-cells-jumppad", 1, "VIDEO_TS.VOB", false, {1.2, 2.4}},
+        std::vector<double> Seconds;  // of the SPUs from their VOB id's start; empty: not checked
+    } menus[] = {{"pal-menu-cells-jumppad", 1, "VIDEO_TS.VOB", false, {0, 0}},
                  {"ntsc-vts-menus-2lang", 2, "VTS_01_0.VOB", true, {}}};
     for (const auto& menu : menus) {
         SCOPED_TRACE(std::string(menu.Disc) + " " + menu.Vob);

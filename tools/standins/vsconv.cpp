@@ -8,7 +8,8 @@
 // values in the .sub beside the idx, and writes one whole-frame BMP per SPU
 // into the folder of -o, named P<i>_S<id>_<i*10000+k>_V<v>_C<c>.bmp, and the
 // list <-o>.sst: 16 head lines, then per SPU its colours and contrasts
-// when they change and the event, timed in frames from the PGC's start.
+// when they change and the event, timed in frames from the start of its
+// VOB id.
 // No section, or no SPU of it that decodes, leaves nothing. A line of the
 // idx that cannot be read or an SPU that does not decode is one line on
 // stderr naming the file, the line or byte offset and the stream; that SPU

@@ -258,7 +258,6 @@ struct NavPoint {
 // What the first pass learns of each cell.
 struct CellScan {
     std::optional<std::uint32_t> FirstVobuStart;
-    std::optional<std::uint32_t> LastVobuEnd;
 };
 
 // One "timestamp:" line.
@@ -266,7 +265,7 @@ struct IndexEntry {
     std::size_t Cell = 0;
     std::uint64_t SubOffset = 0;
     std::int64_t Pts = 0;
-    std::int64_t Time = 0;  // 90 kHz from the PGC's start
+    std::int64_t Time = 0;  // 90 kHz from the start of the SPU's VOB id
     bool Highlight = false;
 };
 
@@ -370,9 +369,8 @@ int RunVsrip(const Invocation& call) {
             if (pack->HasNav) {
                 navs.push_back(
                     {pack->Offset, (pack->Bytes[kHighlightStatus] & 0x03) != 0 && pack->Bytes[kButtonCount] > 0});
-                if (cell < cellScans.size()) {
-                    if (!cellScans[cell].FirstVobuStart) cellScans[cell].FirstVobuStart = pack->Nav.VobuStartPtm;
-                    cellScans[cell].LastVobuEnd = pack->Nav.VobuEndPtm;
+                if (cell < cellScans.size() && !cellScans[cell].FirstVobuStart) {
+                    cellScans[cell].FirstVobuStart = pack->Nav.VobuStartPtm;
                 }
             } else if (!pack->NavFault.empty()) {
                 std::cerr << "vsrip: " << pack->NavFault << "\n";
@@ -388,23 +386,17 @@ int RunVsrip(const Invocation& call) {
         sub->Close();
     }
 
-    // Each run of cells of one VOB id is a segment timed from its first
-    // VOBU start; a segment begins where the one before it ended.
-    std::vector<std::int64_t> cellBase(pgc.Cells.size());      // PGC time of the segment's start
-    std::vector<std::int64_t> cellZero(pgc.Cells.size(), -1);  // the segment's first VOBU start PTS
-    std::int64_t elapsed = 0;
+    // Each run of cells of one VOB id is timed from its first VOBU start:
+    // every VOB id of a domain becomes an asset of its own, whose bitmaps
+    // are timed from its own start.
+    std::vector<std::int64_t> cellZero(pgc.Cells.size(), -1);  // the VOB id's first VOBU start PTS
     for (std::size_t first = 0; first < pgc.Cells.size();) {
         std::size_t end = first;
-        std::optional<std::int64_t> start, stop;
+        std::optional<std::int64_t> start;
         for (; end < pgc.Cells.size() && pgc.Cells[end].VobId == pgc.Cells[first].VobId; ++end) {
             if (!start && cellScans[end].FirstVobuStart) start = *cellScans[end].FirstVobuStart;
-            if (cellScans[end].LastVobuEnd) stop = *cellScans[end].LastVobuEnd;
         }
-        for (std::size_t k = first; k < end; ++k) {
-            cellBase[k] = elapsed;
-            cellZero[k] = start.value_or(-1);
-        }
-        if (start && stop && *stop > *start) elapsed += *stop - *start;
+        for (std::size_t k = first; k < end; ++k) cellZero[k] = start.value_or(-1);
         first = end;
     }
 
@@ -422,7 +414,7 @@ int RunVsrip(const Invocation& call) {
             entry.SubOffset = sub->second;
             entry.Pts = std::max<std::int64_t>(unit.Pts, 0);
             const std::int64_t zero = cellZero[entry.Cell] >= 0 ? cellZero[entry.Cell] : entry.Pts;
-            entry.Time = cellBase[entry.Cell] + std::max<std::int64_t>(entry.Pts - zero, 0);
+            entry.Time = std::max<std::int64_t>(entry.Pts - zero, 0);
             // The NAV pack of the VOBU: the last one before the SPU's first pack.
             const auto after =
                 std::upper_bound(navs.begin(), navs.end(), pack,
