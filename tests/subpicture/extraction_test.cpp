@@ -116,5 +116,21 @@ TEST_F(ConvertSubs, NothingToConvertIsSaidAndAResumedRunPassesOverButKeepsTheCou
     EXPECT_TRUE(Shown("VSCONV skipped"));
 }
 
+TEST_F(ConvertSubs, ARipThatLeftNothingIsNamedAndTheStageFallsShort) {
+    StandIn("vsrip.exe", "exit 0");
+    job.Stages.Begin(RunStage::Subpictures);
+    // Without cells the IFO holds one PGC of none; its list is still ripped.
+    // Of its pair only the .idx the fixture put there is found.
+    EXPECT_EQ(CreateIFO(job), 1);
+    EXPECT_EQ(files.ReadText("K:\\Job\\D_VTS_01_0\\SUBTITLES\\VSRIP.bat"),
+              "\"K:\\Program\\vsrip.exe\" \"K:\\Job\\D_VTS_01_0\\SUBTITLES\\PGC_1_para.lst\"\r\n");
+    EXPECT_TRUE(Logged("\tSubpicture rip file not made: K:\\Job\\D_VTS_01_0\\SUBTITLES\\PGC_1.bov"));
+    ASSERT_EQ(job.Stages.Shortfalls(RunStage::Subpictures).size(), 1u);
+    EXPECT_NE(job.Stages.Shortfalls(RunStage::Subpictures)[0].find("2 of the 3 subpicture rip files in " + temp.Host("Job/D_VTS_01_0") +
+                                                                           " were not made (the first: PGC_1.sub)"),
+              std::string::npos);
+    EXPECT_EQ(Journal().back(), "VOBSUB");
+}
+
 }  // namespace
 }  // namespace kestrova
