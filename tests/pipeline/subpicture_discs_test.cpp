@@ -38,7 +38,8 @@ CellSectors MenuCellSectors(const std::string& disc) {
 
 TEST(SubpictureDiscs, TheScanFindsTheCellsOfTheMenusCellTable) {
     int compared = 0;
-    for (const char* disc : {"pal-menu-cells-jumppad", "ntsc-wide-menus-subs"}) {
+    for (const char* disc : {"pal-vmg-buttons", "ntsc-vts-menus-2lang", "pal-menu-cells-jumppad", "pal-menu-dummy-cells",
+                             "pal-motion-menu-lpcm", "ntsc-wide-menus-subs"}) {
         SCOPED_TRACE(disc);
         test::PipelineFixture f(disc);
         std::map<std::size_t, Collection<VOB_ID_Properties>> scanned;
@@ -66,8 +67,8 @@ TEST(SubpictureDiscs, TheScanFindsTheCellsOfTheMenusCellTable) {
             }
         }
     }
-    // 5 + 6 cells in the menus of the first disc, 4 in the second's.
-    EXPECT_EQ(compared, 15);
+    // Every menu cell of the six discs.
+    EXPECT_EQ(compared, 41);
 }
 
 // Frames of an SST time "HH:MM:SS:FF" at 30 labels a second.
