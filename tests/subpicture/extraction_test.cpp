@@ -102,6 +102,12 @@ TEST_F(ConvertSubs, EveryStreamIdUpToTheHighestIsConvertedAndListsWithoutEventsG
 }
 
 TEST_F(ConvertSubs, NothingToConvertIsSaidAndAResumedRunPassesOverButKeepsTheCount) {
+    // A closing program converts nothing and marks nothing.
+    job.ClosingDown = -1;
+    EXPECT_EQ(NewConvert_SUBS(job, 2), 0);
+    EXPECT_TRUE(Commands().empty() && Journal().empty());
+    job.ClosingDown = 0;
+
     Domain().SubsPresent = 0;
     EXPECT_EQ(NewConvert_SUBS(job, 2), 0);
     EXPECT_TRUE(Logged("No Streams to Process with VsConv"));
