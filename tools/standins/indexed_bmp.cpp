@@ -2,6 +2,7 @@
 #include "indexed_bmp.h"
 
 #include "platform/error.h"
+#include "subpicture/spu_bmp.h"
 
 namespace kestrova::standin {
 
@@ -18,10 +19,6 @@ constexpr std::size_t kHeightField = 22;
 constexpr std::size_t kBitsField = 28;
 constexpr std::size_t kCompressionField = 30;
 constexpr std::size_t kImageSizeField = 34;
-
-void Put(std::string& bytes, std::uint32_t value, int count) {
-    for (int i = 0; i < count; ++i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
-}
 
 void PutAt(std::string& bytes, std::size_t at, std::uint32_t value) {
     for (int i = 0; i < 4; ++i) bytes[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
@@ -62,37 +59,7 @@ IndexedFrame BlankFrame(std::uint32_t width, std::uint32_t height) {
 }
 
 std::string IndexedBmp(const IndexedFrame& frame) {
-    if (frame.Width == 0 || frame.Height == 0 || frame.Pixels.size() != std::size_t{frame.Width} * frame.Height) {
-        throw Error("A bitmap of " + std::to_string(frame.Width) + "x" + std::to_string(frame.Height) + " holding " +
-                    std::to_string(frame.Pixels.size()) + " pixels cannot be written as a BMP file");
-    }
-    const auto entries = static_cast<std::uint32_t>(kSubpicturePalette.size());
-    const std::uint32_t stride = Stride(frame.Width, 8);
-    const std::uint32_t dataOffset = kFileHeaderBytes + kInfoHeaderBytes + 4 * entries;
-    const std::uint32_t dataBytes = stride * frame.Height;
-    std::string bytes;
-    bytes.reserve(dataOffset + dataBytes);
-    bytes += "BM";
-    Put(bytes, dataOffset + dataBytes, 4);
-    Put(bytes, 0, 4);  // reserved
-    Put(bytes, dataOffset, 4);
-    Put(bytes, kInfoHeaderBytes, 4);
-    Put(bytes, frame.Width, 4);
-    Put(bytes, frame.Height, 4);  // positive: the rows bottom up
-    Put(bytes, 1, 2);             // planes
-    Put(bytes, 8, 2);             // bits a pixel
-    Put(bytes, 0, 4);             // BI_RGB, not compressed
-    Put(bytes, dataBytes, 4);
-    Put(bytes, 2835, 4);  // 72 dpi, as pixels a metre
-    Put(bytes, 2835, 4);
-    Put(bytes, entries, 4);                                                 // entries used
-    Put(bytes, entries, 4);                                                 // entries important
-    for (const std::uint32_t rgb : kSubpicturePalette) Put(bytes, rgb, 4);  // blue, green, red, 0
-    for (std::uint32_t y = frame.Height; y-- > 0;) {
-        bytes.append(reinterpret_cast<const char*>(frame.Pixels.data() + std::size_t{y} * frame.Width), frame.Width);
-        bytes.append(stride - frame.Width, '\0');
-    }
-    return bytes;
+    return kestrova::IndexedBmp(frame.Width, frame.Height, frame.Pixels, kSubpicturePalette);
 }
 
 std::string BlankBmp(std::uint32_t width, std::uint32_t height) { return IndexedBmp(BlankFrame(width, height)); }
