@@ -94,8 +94,72 @@ void FindHighlightBitmaps(JobContext& job, std::int16_t pgcCount) {
     }
 }
 
+int MatchBitmap(JobContext& job, int vob, int cell, std::int64_t startPTS, std::int64_t endPTS, int& stream) {
+    static_cast<void>(endPTS);
+    stream = 0;
+    auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
+    if (vob < 1 || static_cast<std::size_t>(vob) > domain.Vob_Id.Count() || cell < 1) {
+        WLOG(job, "ERROR OCCURED DETERMINING ADDCELLS FOR VOBPARSE - SETTING ADDCELLS=9999");
+        return kNoBitmap;
+    }
+    auto& record = domain.Vob_Id.Item(static_cast<std::size_t>(vob));
+    // The bitmap at `position` of stream `j` takes the highlight.
+    const auto take = [&](std::size_t j, std::size_t position) {
+        if (j > 1) job.State().StreamReduction = static_cast<std::int16_t>(j - 1);
+        record.SubStreamUsed = static_cast<std::int16_t>(j);
+        record.SUB_STREAM.Item(j).CELL_DETAILS.Item(static_cast<std::size_t>(cell)).bmp.Item(position)
+            .HIGHLIGHT_STREAM.Add();
+        record.IsMenu = -1;
+        stream = static_cast<int>(j);
+        return static_cast<int>(position);
+    };
+    // Each bitmap of the cell, stream by stream, until `pick` takes one.
+    const auto search = [&](const auto& pick) {
+        for (std::size_t j = 1; j <= record.SUB_STREAM.Count(); ++j) {
+            auto& cells = record.SUB_STREAM.Item(j).CELL_DETAILS;
+            if (static_cast<std::size_t>(cell) > cells.Count()) continue;
+            auto& bitmaps = cells.Item(static_cast<std::size_t>(cell)).bmp;
+            for (std::size_t k = 1; k <= bitmaps.Count(); ++k) {
+                auto& bitmap = bitmaps.Item(k);
+                if (bitmap.HIGHLIGHT_STREAM.Count() == 0 && pick(bitmap, k)) return take(j, k);
+            }
+        }
+        return kNoBitmap;
+    };
+    const int matched = search([](const BMP_Properties& bitmap, std::size_t) { return bitmap.HighLight_Present != 0; });
+    if (matched != kNoBitmap || job.Options().ExamineHighlights != 1) return matched;
+
+    const std::string experimental = "CHECKING FOR HIGHLIGHT ASSOCIATION - EXPERIMENTAL - NO HIGHLIGHT SUB FOUND FOR BMP#: ";
+    return search([&](BMP_Properties& bitmap, std::size_t k) {
+        if (job.Options().HighlightsFirst == 1) {
+            WLOG(job, experimental + std::to_string(k));
+        } else if (bitmap.PTSstamp == startPTS) {
+            WLOG(job, experimental + std::to_string(k) + " ,PTS STAMP MATCH FOUND=" + std::to_string(startPTS));
+        } else {
+            return false;
+        }
+        bitmap.HighLight_Present = -1;
+        return true;
+    });
+}
+
 void CheckDisplayMode(JobContext& job) {
-    NotYetAvailable(job, "CheckDisplayMode");
+    WLOG(job, "Checking for display mode");
+    auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
+    if (domain.Video.Count() == 0 || domain.Video.Item(1).Display != "16 : 9") return;
+    const bool panScan = domain.Video.Item(1).Display_Pan_Scan != 0;
+    for (std::size_t v = 1; v <= domain.Vob_Id.Count(); ++v) {
+        auto& vob = domain.Vob_Id.Item(v);
+        for (std::size_t j = 2; j <= vob.SUB_STREAM.Count(); ++j) {
+            if (vob.SUB_STREAM.Item(j).CELL_DETAILS.Count() != 0) continue;
+            // A later stream missing: the first stream's bitmaps serve the wide modes.
+            WLOG(job, std::string("Part of SubStream missing - setting mode to ") +
+                          (panScan ? "Wide/Pan" : "Wide/Letter") + " for VOBID: " + std::to_string(v));
+            for (auto& cell : vob.SUB_STREAM.Item(1).CELL_DETAILS) {
+                for (auto& bitmap : cell.bmp) bitmap.Display_Mode = panScan ? "Wide/Pan" : "Wide/Letter";
+            }
+        }
+    }
 }
 
 void VobParse(JobContext& job, const std::string& bovPath) {

@@ -447,7 +447,7 @@ void ProcessSST(JobContext& job, std::int16_t pgcCount, std::int16_t streamCount
     LogWindow(job, "Processing SST Files");
     auto& domain = SstDomain(job);
     const std::string aspect = GetAspect(job, job.DomainIndex);
-    const bool wide = domain.Video.Count() > 0 && domain.Video.Item(1).Aspect_Ratio == "16 : 9";
+    const bool wide = domain.Video.Count() > 0 && domain.Video.Item(1).Display == "16 : 9";
     const bool panScan = domain.Video.Count() > 0 && domain.Video.Item(1).Display_Pan_Scan != 0;
 
     for (int i = 1; i <= pgcCount; ++i) {

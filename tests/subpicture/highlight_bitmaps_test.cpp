@@ -54,5 +54,53 @@ TEST_F(HighlightBitmaps, ListsMarkHighlightCellsAndTheRipCountsEveryBitmap) {
     EXPECT_FALSE(Logged("PGC Number = 2"));
 }
 
+// VOB 1 of one cell with streams 1 and 2; the cell's bitmaps in stream 2
+// are at these PTS, the first of them a highlight.
+class MatchBitmaps : public HighlightBitmaps {
+public:
+    MatchBitmaps() {
+        auto& vob = AddVob({25});
+        vob.SUB_STREAM.Add().CELL_DETAILS.Add();
+        auto& bitmaps = vob.SUB_STREAM.Add().CELL_DETAILS.Add().bmp;
+        for (const std::int32_t pts : {100, 200, 300}) bitmaps.Add().PTSstamp = pts;
+        bitmaps.Item(1).HighLight_Present = -1;
+    }
+    int Match(std::int64_t pts) { return MatchBitmap(job, 1, 1, pts, pts + 10, stream); }
+    int stream = 0;
+};
+
+TEST_F(MatchBitmaps, EachHighlightBitmapTakesOneHighlightAndTheRestOnlyWhenExamined) {
+    auto& vob = Domain().Vob_Id.Item(1);
+    EXPECT_EQ(Match(0), 1);
+    EXPECT_EQ(stream, 2);
+    EXPECT_EQ(vob.SubStreamUsed, 2);
+    EXPECT_EQ(job.State().StreamReduction, 1);
+    EXPECT_NE(vob.IsMenu, 0);
+    // The cell's next packs find its one highlight bitmap taken.
+    EXPECT_EQ(Match(0), kNoBitmap);
+    EXPECT_EQ(MatchBitmap(job, 2, 1, 0, 0, stream), kNoBitmap);
+
+    job.Options().ExamineHighlights = 1;
+    EXPECT_EQ(Match(250), kNoBitmap);
+    EXPECT_EQ(Match(300), 3);
+    EXPECT_TRUE(Logged("CHECKING FOR HIGHLIGHT ASSOCIATION - EXPERIMENTAL - NO HIGHLIGHT SUB FOUND FOR BMP#: 3 ,PTS "
+                       "STAMP MATCH FOUND=300"));
+    EXPECT_NE(vob.SUB_STREAM.Item(2).CELL_DETAILS.Item(1).bmp.Item(3).HighLight_Present, 0);
+    job.Options().HighlightsFirst = 1;
+    EXPECT_EQ(Match(0), 2);
+}
+
+TEST_F(HighlightBitmaps, AWideDomainMissingALaterStreamShowsTheFirstInTheWideModes) {
+    Domain().Video.Item(1).Display = "16 : 9";
+    auto& vob = AddVob({25});
+    vob.SUB_STREAM.Add().CELL_DETAILS.Add().bmp.Add().Display_Mode = "Normal";
+    vob.SUB_STREAM.Add();
+    AddVob({25}).SUB_STREAM.Add().CELL_DETAILS.Add().bmp.Add().Display_Mode = "Normal";
+    CheckDisplayMode(job);
+    EXPECT_EQ(vob.SUB_STREAM.Item(1).CELL_DETAILS.Item(1).bmp.Item(1).Display_Mode, "Wide/Letter");
+    EXPECT_EQ(Domain().Vob_Id.Item(2).SUB_STREAM.Item(1).CELL_DETAILS.Item(1).bmp.Item(1).Display_Mode, "Normal");
+    EXPECT_TRUE(Logged("Part of SubStream missing - setting mode to Wide/Letter for VOBID: 1"));
+}
+
 }  // namespace
 }  // namespace kestrova
