@@ -184,7 +184,8 @@ TEST(IfoFuzz, CutAndFlippedFilesGiveErrorsOnly) {
     }
     EXPECT_GT(errors, reads / 2) << "most cut files must fail";
     EXPECT_LT(errors, reads) << "flips in unread bytes leave the file readable";
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30)) << "meant to take a few seconds";
+    // About 10 s alone; the bound leaves room for a machine busy with other tests.
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(60)) << "meant to take a few seconds";
 }
 
 }  // namespace

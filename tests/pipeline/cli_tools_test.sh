@@ -16,10 +16,16 @@ disc="$fixtures/ntsc-vts-menus-2lang"
 # 1. The recipe, word for word, from a folder of the user's, with a relative
 #    output folder: the run happens, its logs are in the output folder,
 #    nothing is written beside the program.
-mkdir -p "$work/home/jobs" "$work/bin"
-before=$(ls "$build")
+#    The program runs from a folder of its own, laid out as the build's:
+#    the other tests' runs write their settings' files beside the build's.
+mkdir -p "$work/home/jobs" "$work/bin" "$work/program"
+for file in kestrova-cli kestrova-standin; do
+  ln "$build/$file" "$work/program/" 2> /dev/null || cp "$build/$file" "$work/program/"
+done
+cp -r "$build/new.avs" "$work/program/"
+before=$(ls "$work/program")
 ( cd "$work/home/jobs" && env -i HOME="$work/home" PATH=/usr/bin:/bin KESTROVA_DRIVES="D:=$disc@cdrom" \
-    "$cli" /STAR /DRIV=D /PATH="kestrova-out" /THRE=1000 /AVEB=6000 ) > "$work/recipe.out" 2>&1
+    "$work/program/kestrova-cli" /STAR /DRIV=D /PATH="kestrova-out" /THRE=1000 /AVEB=6000 ) > "$work/recipe.out" 2>&1
 status=$?
 out="$work/home/jobs/kestrova-out"
 [ $status = 3 ] || { fail "recipe: exit status $status (3: finished, stages passed over)"; cat "$work/recipe.out"; }
@@ -27,7 +33,7 @@ out="$work/home/jobs/kestrova-out"
 grep -q '^REGEDIT4' "$work/home/.config/kestrova/registry.reg" || fail "recipe: the settings were not saved"
 ls "$out"/D_VTS_01_0/DEMUXED*/*.M2V > /dev/null 2>&1 || fail "recipe: no demultiplexed video in $out/D_VTS_01_0"
 [ -s "$work/home/.local/state/kestrova/Kestrova.LOG" ] || fail "recipe: the start's log is not in the state folder"
-[ "$(ls "$build")" = "$before" ] || fail "recipe: files were written beside the program"
+[ "$(ls "$work/program")" = "$before" ] || fail "recipe: files were written beside the program"
 grep -q 'Error in\|Z:\\' "$work/recipe.out" && { fail "recipe: trace or drive-path noise on the console"; cat "$work/recipe.out"; }
 
 # 2. The listing in the native profile, with one override.
