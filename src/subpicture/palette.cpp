@@ -88,8 +88,8 @@ void WritePalette(const Collection<Palette_Properties>& palette, std::int64_t pg
     }
 }
 
-// Reads every offset from `in` and writes into `out`, a copy of it, so a
-// broken file is found before anything is handed back.
+// Reads from `in` and writes into `out`, a copy of it: a file found broken
+// part way through is handed back whole, never half written.
 void WritePalettes(JobContext& job, const std::string& path, const std::string& in, std::string& out) {
     const MenuSide side = MenuSideOf(path);
     if (side.Domain > job.DiscModel.Count()) {

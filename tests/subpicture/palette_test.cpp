@@ -1,16 +1,12 @@
 // ReplacePalette on IFOs authored by dvdauthor: the model's palettes land in
-// the PGCs with cells of the matching language, every other byte of the file
-// stays as the tool wrote it, and a file whose tables run past its end is
-// handed back as it came.
+// the PGCs with cells of the matching language, every other byte stays as
+// the tool wrote it, and a file whose tables run past its end comes back as
+// it was given.
 #include "subpicture/palette.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <span>
-#include <string>
-#include <vector>
 
 #include "dvd/disc_reading.h"
 #include "dvd/ifo_pgc.h"
@@ -21,10 +17,8 @@
 namespace kestrova {
 namespace {
 
-using test::FixtureDisc;
-
 std::string ReadIfo(JobContext& job, const std::string& disc, const std::string& file) {
-    const auto data = job.Files.ReadBytes(test::DrivePathOf(job, FixtureDisc(disc)) + "\\" + file);
+    const auto data = job.Files.ReadBytes(test::DrivePathOf(job, test::FixtureDisc(disc)) + "\\" + file);
     return {data.begin(), data.end()};
 }
 
@@ -45,37 +39,20 @@ std::vector<std::vector<std::int64_t>> PgcStarts(const std::string& bytes, std::
     return units;
 }
 
-// The byte where the menu PGCI_UT starts: its sector is named at `pointer`.
-std::int64_t UnitTableStart(const std::string& bytes, std::int64_t pointer) {
-    const ByteSource source = SourceOf(bytes);
-    return IfoTable(source, "IFO header", 0).Long(pointer) * 2048;
-}
-
-void PutLong(std::string& bytes, std::int64_t at, std::uint32_t value) {
-    for (int b = 0; b < 4; ++b) bytes[static_cast<std::size_t>(at + b)] = static_cast<char>(value >> (24 - 8 * b));
-}
-
 // Y, U, V of the model's PGC into bytes 1-3 of each palette entry of the PGC at `pgc`.
 void PutPalette(std::string& bytes, std::int64_t pgc, const PGC_Number_Properties& model) {
     for (std::size_t k = 0; k < 16; ++k) {
         const auto& entry = model.Palette.Item(k + 1);
-        const auto at = static_cast<std::size_t>(pgc + 164 + 4 * static_cast<std::int64_t>(k));
-        bytes[at + 1] = static_cast<char>(entry.Y);
-        bytes[at + 2] = static_cast<char>(entry.U);
-        bytes[at + 3] = static_cast<char>(entry.V);
+        const auto at = static_cast<std::size_t>(pgc + 165) + 4 * k;
+        bytes.replace(at, 3, {static_cast<char>(entry.Y), static_cast<char>(entry.U), static_cast<char>(entry.V)});
     }
 }
 
-// Colours the source never had, different for every PGC.
+// Colours no source PGC has, different for every PGC.
 void RecolourModel(Language_Properties& language, std::int16_t seed) {
     for (auto& pgc : language.PGC_Number) {
         std::int16_t k = 0;
-        for (auto& entry : pgc.Palette) {
-            entry.Y = static_cast<std::int16_t>(16 + k);
-            entry.U = seed;
-            entry.V = static_cast<std::int16_t>(250 - k);
-            ++k;
-        }
+        for (auto& entry : pgc.Palette) entry = {static_cast<std::int16_t>(16 + k++), seed, 250, 0, 0};
         seed = static_cast<std::int16_t>(seed + 7);
     }
 }
@@ -83,122 +60,90 @@ void RecolourModel(Language_Properties& language, std::int16_t seed) {
 TEST(ReplacePalette, PgcsWithCellsGetTheModelsPaletteAndEveryOtherByteStays) {
     test::JobFixture fx;
     auto& job = fx.job;
-    test::ReadDisc(job, FixtureDisc("pal-menu-cells-jumppad"));
+    test::ReadDisc(job, test::FixtureDisc("pal-menu-cells-jumppad"));
     RecolourModel(job.DiscModel.Item(1).Language.Item(1), 40);
     RecolourModel(job.DiscModel.Item(2).Language.Item(1), 90);
-    // The tool wrote two VTS menu PGCs more than the model has: PGC 3 with
-    // cells, PGC 4 without.
+    // The tool wrote two VTS menu PGCs beyond the model's: PGC 3 with cells, PGC 4 without.
     auto& vtsModel = job.DiscModel.Item(2).Language.Item(1).PGC_Number;
-    ASSERT_EQ(vtsModel.Count(), 4u);
     vtsModel.Remove(4);
     vtsModel.Remove(3);
 
-    struct Case {
-        const char* File;
-        std::int64_t Pointer;
-        std::size_t Domain;
-        std::vector<bool> Written;  // per PGC of the one unit
-    };
-    const Case cases[] = {{"VIDEO_TS.IFO", 200, 1, {true, false}},
-                          {"VTS_01_0.IFO", 208, 2, {true, true, false, false}}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.File);
-        std::string authored = ReadIfo(job, "pal-menu-cells-jumppad", c.File);
-        const auto starts = PgcStarts(authored, c.Pointer);
-        ASSERT_EQ(starts.size(), 1u);
-        ASSERT_EQ(starts[0].size(), c.Written.size());
-        // The first byte of every entry marked, to see it kept.
-        for (const auto start : starts[0]) {
-            for (int k = 0; k < 16; ++k) authored[static_cast<std::size_t>(start + 164 + 4 * k)] = '\x5A';
+    const std::vector<std::vector<bool>> written = {{true, false}, {true, true, false, false}};
+    const char* const files[] = {"VIDEO_TS.IFO", "VTS_01_0.IFO"};
+    const std::size_t shown = fx.view.Lines.size();
+    for (std::size_t d = 0; d < 2; ++d) {
+        SCOPED_TRACE(files[d]);
+        std::string authored = ReadIfo(job, "pal-menu-cells-jumppad", files[d]);
+        const auto starts = PgcStarts(authored, d == 0 ? 200 : 208).at(0);
+        ASSERT_EQ(starts.size(), written[d].size());
+        // Each entry's first byte marked, to see it kept.
+        for (const auto start : starts) {
+            for (std::size_t k = 0; k < 16; ++k) authored[static_cast<std::size_t>(start + 164) + 4 * k] = 'Z';
         }
-        // The tool wrote VMG menu 2, which has cells in the source, without cells.
-        if (c.Domain == 1) authored[static_cast<std::size_t>(starts[0][1] + 3)] = 0;
-        const std::string given = authored;
-
-        // A job folder whose name holds "VTS" does not make VIDEO_TS.IFO a title set.
-        const std::string replaced = ReplacePalette(job, std::string("K:\\VTS_JOB\\VIDEO_TS\\") + c.File, authored);
-
-        EXPECT_EQ(authored, given) << "the input is never changed";
+        // VMG menu 2 has cells in the source, but none as the tool wrote it.
+        if (d == 0) authored[static_cast<std::size_t>(starts[1] + 3)] = 0;
         std::string expected = authored;
-        const auto& model = job.DiscModel.Item(c.Domain).Language.Item(1).PGC_Number;
-        for (std::size_t j = 0; j < c.Written.size(); ++j) {
-            if (c.Written[j]) PutPalette(expected, starts[0][j], model.Item(j + 1));
+        const auto& model = job.DiscModel.Item(d + 1).Language.Item(1).PGC_Number;
+        for (std::size_t j = 0; j < starts.size(); ++j) {
+            if (written[d][j]) PutPalette(expected, starts[j], model.Item(j + 1));
         }
-        EXPECT_EQ(replaced, expected);
+        // A job folder whose name holds "VTS" does not make VIDEO_TS.IFO a title set.
+        EXPECT_EQ(ReplacePalette(job, std::string("K:\\VTS_JOB\\VIDEO_TS\\") + files[d], authored), expected);
     }
     EXPECT_FALSE(job.Stages.FailedStage().has_value());
-    EXPECT_NE(std::find_if(fx.view.Lines.begin(), fx.view.Lines.end(),
-                           [](const std::string& line) { return line.ends_with(" Replacing Palette"); }),
-              fx.view.Lines.end());
+    EXPECT_TRUE(fx.view.Lines.at(shown).ends_with(" Replacing Palette"));
 }
 
 TEST(ReplacePalette, UnitsTakeTheLanguageAtTheirPositionOrElseTheNextOneWithPgcs) {
     test::JobFixture fx;
     auto& job = fx.job;
-    // Only the French menus are read: the model's first language, en, has no PGCs.
-    test::ReadDisc(job, FixtureDisc("ntsc-vts-menus-2lang"), "French");
-    auto& languages = job.DiscModel.Item(2).Language;
-    ASSERT_EQ(languages.Count(), 2u);
-    ASSERT_EQ(languages.Item(1).PGC_Number.Count(), 0u);
-    ASSERT_EQ(languages.Item(2).PGC_Number.Count(), 4u);
-    RecolourModel(languages.Item(2), 30);
-    const auto& french = languages.Item(2).PGC_Number;
-
-    const std::string path = "K:\\OUT\\VTS_01_0.IFO";
+    // Only the French menus are read: the model's first language, en, has no PGCs; fr has 4.
+    test::ReadDisc(job, test::FixtureDisc("ntsc-vts-menus-2lang"), "French");
+    auto& french = job.DiscModel.Item(2).Language.Item(2);
+    ASSERT_EQ(french.PGC_Number.Count(), 4u);
+    RecolourModel(french, 30);
     const std::string authored = ReadIfo(job, "ntsc-vts-menus-2lang", "VTS_01_0.IFO");
-    const auto starts = PgcStarts(authored, 208);
-    ASSERT_EQ(starts.size(), 2u);
-    ASSERT_EQ(starts[0].size(), 5u);
+    const auto starts = PgcStarts(authored, 208);  // en: 5 PGCs, fr: 4
 
     // Two units for two languages: en is left alone, fr gets the French palettes.
     std::string expected = authored;
-    for (std::size_t j = 0; j < 4; ++j) PutPalette(expected, starts[1][j], french.Item(j + 1));
-    EXPECT_EQ(ReplacePalette(job, path, authored), expected);
+    for (std::size_t j = 0; j < 4; ++j) PutPalette(expected, starts[1][j], french.PGC_Number.Item(j + 1));
+    EXPECT_EQ(ReplacePalette(job, "K:\\OUT\\VTS_01_0.IFO", authored), expected);
 
-    // The tool merged the two into one unit (the en unit's five PGCs): it
-    // takes fr, the next language with PGCs; its fifth PGC is beyond fr's four.
+    // The tool merged the two into one unit, the en unit's five PGCs: it
+    // takes fr, the next language with PGCs, and its fifth PGC is beyond fr's four.
     std::string merged = authored;
-    const std::int64_t unitTable = UnitTableStart(authored, 208);
-    merged[static_cast<std::size_t>(unitTable)] = 0;
-    merged[static_cast<std::size_t>(unitTable + 1)] = 1;
+    merged[static_cast<std::size_t>(ByteHandleD(SourceOf(authored), 208) * 2048 + 1)] = 1;  // unit count
     expected = merged;
-    for (std::size_t j = 0; j < 4; ++j) PutPalette(expected, starts[0][j], french.Item(j + 1));
-    EXPECT_EQ(ReplacePalette(job, path, merged), expected);
+    for (std::size_t j = 0; j < 4; ++j) PutPalette(expected, starts[0][j], french.PGC_Number.Item(j + 1));
+    EXPECT_EQ(ReplacePalette(job, "K:\\OUT\\VTS_01_0.IFO", merged), expected);
     EXPECT_FALSE(job.Stages.FailedStage().has_value());
 }
 
 TEST(ReplacePalette, AnOffsetPastTheEndFailsTheCorrectionNamingFileAndByteAndChangesNothing) {
     test::JobFixture fx;
     auto& job = fx.job;
-    test::ReadDisc(job, FixtureDisc("pal-menu-cells-jumppad"));
-    // Palettes that differ from the file's, so a half-done write would show.
+    test::ReadDisc(job, test::FixtureDisc("pal-menu-cells-jumppad"));
+    // Palettes that differ from the file's, so a write half done would show.
     RecolourModel(job.DiscModel.Item(2).Language.Item(1), 60);
-    const std::string path = "K:\\OUT\\VTS_01_0.IFO";
     const std::string original = ReadIfo(job, "pal-menu-cells-jumppad", "VTS_01_0.IFO");
-    const auto starts = PgcStarts(original, 208);
-    const std::int64_t unitTable = UnitTableStart(original, 208);
-    const std::int64_t far = 0x7FFFFF00;
-
-    struct Case {
-        const char* What;
-        std::string Bytes;
-        std::int64_t Byte;  // the offset the message names
+    const std::int64_t unitTable = ByteHandleD(SourceOf(original), 208) * 2048;
+    const std::int64_t pgc3 = PgcStarts(original, 208)[0][2];
+    auto poked = [&](std::int64_t at) {
+        std::string bytes = original;
+        bytes[static_cast<std::size_t>(at)] = '\x7F';
+        return bytes;
     };
-    std::vector<Case> cases;
-    std::string sector = original;
-    PutLong(sector, 208, 0x00100000);
-    cases.push_back({"table sector", sector, std::int64_t{0x00100000} * 2048});
-    std::string unitOffset = original;
-    PutLong(unitOffset, unitTable + 12, static_cast<std::uint32_t>(far));
-    cases.push_back({"unit offset", unitOffset, unitTable + far});
-    // PGC 3 has cells: with the file cut inside its header, its palette lies past the end.
-    cases.push_back({"cut PGC", original.substr(0, static_cast<std::size_t>(starts[0][2] + 100)), starts[0][2] + 164});
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.What);
-        EXPECT_EQ(ReplacePalette(job, path, c.Bytes), c.Bytes);
+    const std::string table = poked(208), unit = poked(unitTable + 12);
+    const std::pair<std::string, std::int64_t> cases[] = {
+        {table, ByteHandleD(SourceOf(table), 208) * 2048},                         // the table's sector
+        {unit, unitTable + ByteHandleD(SourceOf(unit), unitTable + 12)},           // unit 1's offset
+        {original.substr(0, static_cast<std::size_t>(pgc3 + 100)), pgc3 + 164}};  // PGC 3 (with cells) cut
+    for (const auto& [bytes, at] : cases) {
+        EXPECT_EQ(ReplacePalette(job, "K:\\OUT\\VTS_01_0.IFO", bytes), bytes);
         const std::string& line = fx.view.Lines.back();
-        EXPECT_NE(line.find("IFO correction failed: " + path + ": "), std::string::npos) << line;
-        EXPECT_NE(line.find("byte " + std::to_string(c.Byte)), std::string::npos) << line;
+        EXPECT_NE(line.find("IFO correction failed: K:\\OUT\\VTS_01_0.IFO: "), std::string::npos) << line;
+        EXPECT_NE(line.find("byte " + std::to_string(at)), std::string::npos) << line;
     }
     EXPECT_EQ(job.Stages.FailedStage(), RunStage::IfoCorrection);
 }
