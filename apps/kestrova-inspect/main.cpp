@@ -1,12 +1,14 @@
-// kestrova-inspect: prints what the readers see of a disc, of audio files
-// or of the subpictures of VOB files. Each way of looking is one row of the
-// mode table below (its option, what it reads, its help line and the
-// function that prints), so a new view is one more row.
+// kestrova-inspect: prints what the readers see of a disc, of audio files,
+// of the subpictures of VOB files or of the buttons in their NAV packs.
+// Each way of looking is one row of the mode table below (its option, what
+// it reads, its help line and the function that prints), so a new view is
+// one more row.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,9 @@
 #include "dvd/ifo_reader.h"
 #include "dvd/model_print.h"
 #include "dvd/title_pgcs.h"
+#include "dvd/vm_commands.h"
+#include "frameserver/mpeg_header.h"
+#include "job/bits.h"
 #include "job/context.h"
 #include "platform/error.h"
 #include "platform/es_file_reader.h"
@@ -385,6 +390,202 @@ void PrintSpu(Session& session, const std::vector<std::string>& paths) { PrintSp
 
 void PrintSpuJson(Session& session, const std::vector<std::string>& paths) { PrintSpuFiles(session, paths, true); }
 
+// The highlights of the NAV packs of VOB files, for --nav. Per file:
+//   path, packs (NAV packs read), frame (720xH, H from the first video
+//   sequence header; 576 when the file has none), then "highlight N" blocks,
+//   one for each NAV pack whose highlight differs from the pack's before or
+//   whose status says it is new, and for the first pack without one after
+//   a highlight. A block holds sector (pack offset / 2048 in the file), vob,
+//   cell, vobu_start_pts and its clock time, status ("1 (new)"), and with a
+//   highlight its start_ptm, end_ptm, select_end_ptm, groups, the display
+//   modes of each group, button_offset, buttons, numerical,
+//   forced_selected, forced_activated, the three colour groups (palette
+//   entries and contrasts as hexadecimal digits E2 E1 P Bg, selection then
+//   action), one line per button and group (button, group, x1 x2 y1 y2,
+//   colour, up down left right, auto, command bytes and their text), and
+//   its warnings. Packs whose NAV fields or highlight cannot be read, and
+//   damaged packs passed over, are listed under "fault" with their sector.
+const char* const kHighlightStatusNames[] = {"none", "new", "same as before", "same as before, new commands"};
+
+std::string NibbleText(std::uint8_t e2, std::uint8_t e1, std::uint8_t p, std::uint8_t bg) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    return {kDigits[e2 & 0x0F], ' ', kDigits[e1 & 0x0F], ' ', kDigits[p & 0x0F], ' ', kDigits[bg & 0x0F]};
+}
+
+PrintNode ColourGroupNode(const ButtonColourGroup& c) {
+    PrintNode node = PrintNode::Object();
+    node.Set("selection_colour", NibbleText(c.Selection_Color_E2, c.Selection_Color_E1, c.Selection_Color_P,
+                                            c.Selection_Color_Bg));
+    node.Set("selection_contrast", NibbleText(c.Selection_Contrast_E2, c.Selection_Contrast_E1,
+                                              c.Selection_Contrast_P, c.Selection_Contrast_Bg));
+    node.Set("action_colour",
+             NibbleText(c.Action_Color_E2, c.Action_Color_E1, c.Action_Color_P, c.Action_Color_Bg));
+    node.Set("action_contrast", NibbleText(c.Action_Contrast_E2, c.Action_Contrast_E1, c.Action_Contrast_P,
+                                           c.Action_Contrast_Bg));
+    return node;
+}
+
+PrintNode ButtonNode(Session& session, const ButtonEntry& b, std::size_t button, std::size_t group) {
+    PrintNode node = PrintNode::Object();
+    node.Set("button", static_cast<std::int64_t>(button));
+    node.Set("group", static_cast<std::int64_t>(group));
+    node.Set("x1", std::int64_t{b.X1});
+    node.Set("x2", std::int64_t{b.X2});
+    node.Set("y1", std::int64_t{b.Y1});
+    node.Set("y2", std::int64_t{b.Y2});
+    node.Set("colour", std::int64_t{b.Color_Index});
+    node.Set("up", std::int64_t{b.Up});
+    node.Set("down", std::int64_t{b.Down});
+    node.Set("left", std::int64_t{b.Left});
+    node.Set("right", std::int64_t{b.Right});
+    node.Set("auto", b.Auto_Action ? "yes" : "no");
+    CommandBytes bytes;
+    std::string hex;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = Pad_Byte(b.Command[i]);
+        hex += (i == 0 ? "" : " ") + bytes[i];
+    }
+    node.Set("command", hex);
+    node.Set("action", Hex2Command(session.Job, bytes));
+    return node;
+}
+
+// A NAV pack kept for printing: the sector it stands at in its file.
+struct NavChange {
+    std::uint64_t Sector = 0;
+    NavPack Nav;
+};
+
+PrintNode HighlightNode(Session& session, const NavChange& change, int frameHeight) {
+    const NavPack& nav = change.Nav;
+    const Highlight& hli = nav.Hli;
+    PrintNode node = PrintNode::Object();
+    node.Set("sector", static_cast<std::int64_t>(change.Sector));
+    node.Set("vob", std::int64_t{nav.VobId});
+    node.Set("cell", std::int64_t{nav.CellId});
+    node.Set("vobu_start_pts", std::int64_t{nav.VobuStartPtm});
+    node.Set("vobu_start_time", ClockTime(nav.VobuStartPtm));
+    node.Set("status", std::to_string(hli.Status) + " (" + kHighlightStatusNames[hli.Status & 0x03] + ")");
+    if (!nav.HasHighlight) return node;
+    node.Set("start_ptm", std::int64_t{hli.StartPtm});
+    node.Set("end_ptm", std::int64_t{hli.EndPtm});
+    node.Set("select_end_ptm", std::int64_t{hli.ButtonSelectEndPtm});
+    node.Set("groups", std::int64_t{hli.ButtonGroups});
+    PrintNode display = PrintNode::Array();
+    for (int g = 1; g <= hli.ButtonGroups; ++g) {
+        display.Push(PrintNode::Text(ButtonGroupDisplay(g == 1 ? hli.ButtonModeHigh : hli.ButtonModeLow, g)));
+    }
+    node.Set("display", std::move(display));
+    node.Set("button_offset", std::int64_t{hli.Button_Offset});
+    node.Set("buttons", std::int64_t{hli.Number_Of_Buttons});
+    node.Set("numerical", std::int64_t{hli.Numerical});
+    node.Set("forced_selected", std::int64_t{hli.Forced_Selected_Button});
+    node.Set("forced_activated", std::int64_t{hli.Forced_Activated_Button});
+    PrintNode colours = PrintNode::Array();
+    for (const ButtonColourGroup& group : hli.ColourGroups) colours.Push(ColourGroupNode(group));
+    node.Set("colour_group", std::move(colours));
+    PrintNode buttons = PrintNode::Array();
+    for (std::size_t n = 0; n < hli.Number_Of_Buttons; ++n) {
+        for (std::size_t g = 0; g < hli.Groups.size(); ++g) {
+            buttons.Push(ButtonNode(session, hli.Groups[g][n], n + 1, g + 1));
+        }
+    }
+    node.Set("button", std::move(buttons));
+    PrintNode warnings = PrintNode::Array();
+    for (const std::string& warning : CheckButtons(nav, frameHeight)) warnings.Push(PrintNode::Text(warning));
+    node.Set("warning", std::move(warnings));
+    return node;
+}
+
+// The picture height of the first sequence header in a video packet of the
+// pack; 0 when the pack shows none whole.
+int FrameHeightOf(const Pack& pack) {
+    for (const PesPacket& packet : pack.Packets) {
+        if (KindOfStream(packet.Stream) != StreamKind::Video) continue;
+        const auto& bytes = packet.Payload;
+        for (std::size_t i = 0; i + 4 <= bytes.size(); ++i) {
+            if (bytes[i] != 0 || bytes[i + 1] != 0 || bytes[i + 2] != 1 || bytes[i + 3] != kSequenceHeaderCode) {
+                continue;
+            }
+            try {
+                HeaderBits bits(bytes.subspan(i + 4), "", "sequence header");
+                return ReadSequenceHeader(bits).Height;
+            } catch (const Error&) {
+                return 0;  // cut short at the end of the packet; a later one is whole
+            }
+        }
+    }
+    return 0;
+}
+
+// The NAV packs of one VOB file: the packs whose highlight changed, kept
+// until the frame height is known, and the faults met.
+void AddNavFile(Session& session, const std::string& path, PrintNode& file) {
+    HostFileReader input(path);
+    ProgramStreamReader reader(input);
+    std::vector<std::string> faults;
+    const auto damaged = [&faults](std::uint64_t offset, const std::string& what) {
+        faults.push_back("sector " + std::to_string(offset / kPackSize) + ": " + what);
+    };
+    std::vector<NavChange> changes;
+    std::optional<Highlight> last;  // the highlight of the NAV pack before, if it had one
+    std::int64_t navPacks = 0;
+    int frameHeight = 0;
+    while (const Pack* pack = reader.NextPassingOver(damaged)) {
+        if (frameHeight == 0 && pack->Kind == PackKind::Video) frameHeight = FrameHeightOf(*pack);
+        if (pack->Kind != PackKind::Nav) continue;
+        ++navPacks;
+        if (!pack->HasNav) {
+            faults.push_back(pack->NavFault);
+            continue;
+        }
+        const NavPack& nav = pack->Nav;
+        if (!nav.HighlightFault.empty()) faults.push_back(nav.HighlightFault);
+        const bool changed = nav.HasHighlight ? !last || *last != nav.Hli || nav.Hli.Status == kHighlightNew
+                                              : last.has_value();
+        if (changed) changes.push_back({pack->Offset / kPackSize, nav});
+        if (nav.HasHighlight) {
+            last = nav.Hli;
+        } else {
+            last.reset();
+        }
+    }
+    file.Set("packs", navPacks);
+    if (frameHeight == 0) frameHeight = 576;
+    file.Set("frame", "720x" + std::to_string(frameHeight));
+    PrintNode highlights = PrintNode::Array();
+    for (const NavChange& change : changes) highlights.Push(HighlightNode(session, change, frameHeight));
+    file.Set("highlight", std::move(highlights));
+    PrintNode faultList = PrintNode::Array();
+    for (const std::string& fault : faults) faultList.Push(PrintNode::Text(fault));
+    file.Set("fault", std::move(faultList));
+}
+
+// The highlights of the NAV packs of VOB files, per file. A file that
+// cannot be read is named on the error stream, the others are still
+// printed, and the run fails at the end.
+void PrintNavFiles(Session& session, const std::vector<std::string>& paths, bool json) {
+    PrintNode root = PrintNode::Object();
+    PrintNode& files = root.Set("file", PrintNode::Array());
+    std::size_t failed = 0;
+    for (const std::string& path : paths) {
+        try {
+            PrintNode file = PrintNode::Object();
+            file.Set("path", path);
+            AddNavFile(session, path, file);
+            files.Push(std::move(file));
+        } catch (const Error& failure) {
+            std::cerr << failure.what() << "\n";
+            ++failed;
+        }
+    }
+    PrintFileReport(root, json, failed, paths.size());
+}
+
+void PrintNav(Session& session, const std::vector<std::string>& paths) { PrintNavFiles(session, paths, false); }
+
+void PrintNavJson(Session& session, const std::vector<std::string>& paths) { PrintNavFiles(session, paths, true); }
+
 struct Mode {
     const char* Option;   // empty for the mode without one
     const char* Operand;  // what the arguments after the option are
@@ -407,6 +608,9 @@ const Mode kModes[] = {
      "each SPU of the subpicture streams of VOB files, with its faults; --bmp writes DIR/<stream>_<n>.bmp", 
      PrintSpu, true},
     {"--spu --json", "FILE.VOB...", true, "the same as JSON", PrintSpuJson, true},
+    {"--nav", "FILE.VOB...", true, "each change of the buttons and highlights in the NAV packs of VOB files",
+     PrintNav},
+    {"--nav --json", "FILE.VOB...", true, "the same as JSON", PrintNavJson},
 };
 
 std::string Usage() {

@@ -240,7 +240,8 @@ void ProgramStreamReader::Parse(std::span<const std::uint8_t> bytes, std::uint64
 // is described on the pack for the caller to report, not thrown.
 void ProgramStreamReader::ReadNav(const std::optional<std::span<const std::uint8_t>>& pci,
                                   const std::optional<std::span<const std::uint8_t>>& dsi) {
-    const std::string where = "\"" + Name() + "\" NAV pack at byte " + std::to_string(pack_.Offset);
+    const std::string where = "\"" + Name() + "\" NAV pack at byte " + std::to_string(pack_.Offset) + " (sector " +
+                              std::to_string(pack_.Offset / kPackSize) + ")";
     if (!pci || !dsi) {
         pack_.NavFault = where + ": it holds no " + (pci ? "DSI" : "PCI") + " packet";
         return;

@@ -7,7 +7,8 @@
 // byte offset and what was expected. A NAV pack that is whole as a pack
 // but whose PCI or DSI is missing or too short is no such fault: it is
 // handed out without its NAV fields and with a sentence saying why, and
-// the read goes on.
+// the read goes on; one whose highlight alone cannot be read is handed out
+// with its NAV fields and the highlight's fault (NavPack::HighlightFault).
 //
 // A DVD stream is named by one byte, as DVD tools name it: the MPEG stream
 // id for video (0xE0) and MPEG audio (0xC0-0xCF), the sub-stream id for the

@@ -43,10 +43,13 @@ public:
         return Private(sub, -1, {0x01, 0x00, 0x04, 0x00, format, 0x80}, samples);
     }
 
-    // The PCI and DSI packets of a NAV pack naming the VOB id and cell.
-    PackBuilder& Nav(std::uint16_t vob, std::uint8_t cell) {
-        std::vector<std::uint8_t> pci(980, 0x00);
-        Packet(kPrivateStream2, pci);
+    // The PCI and DSI packets of a NAV pack naming the VOB id and cell; the
+    // PCI data behind its sub-stream id are `pci` when given, else zeros.
+    PackBuilder& Nav(std::uint16_t vob, std::uint8_t cell, const std::vector<std::uint8_t>& pci = {}) {
+        std::vector<std::uint8_t> pciPacket{0x00};
+        pciPacket.insert(pciPacket.end(), pci.begin(), pci.end());
+        if (pci.empty()) pciPacket.resize(980, 0x00);
+        Packet(kPrivateStream2, pciPacket);
         std::vector<std::uint8_t> dsi(1018, 0x00);
         dsi[0] = 0x01;
         dsi[1 + 24] = static_cast<std::uint8_t>(vob >> 8);

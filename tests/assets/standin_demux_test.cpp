@@ -147,7 +147,8 @@ TEST(DemuxStandIns, ANavPackCutShortIsReportedAndTheOtherCellsAreSplit) {
     const std::size_t at = pack->Offset + pci->Offset, padding = (pci + 1)->Offset - pci->Offset - 32;
     bytes.replace(at + 4, 2, std::string("\0\x14", 2));
     bytes.replace(at + 26, 6, {0, 0, 1, '\xBE', static_cast<char>(padding >> 8), static_cast<char>(padding)});
-    const std::string where = "VIDEO_TS.VOB\" NAV pack at byte " + std::to_string(pack->Offset) + ": ";
+    const std::string where = "VIDEO_TS.VOB\" NAV pack at byte " + std::to_string(pack->Offset) + " (sector " +
+                              std::to_string(pack->Offset / kPackSize) + "): ";
 
     disc.Write("VIDEO_TS/VIDEO_TS.VOB", bytes);
     StandInJob f(disc.Host());
