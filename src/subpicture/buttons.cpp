@@ -1,7 +1,14 @@
 // Buttons and highlights recovered from the NAV packs: see buttons.h.
 #include "subpicture/buttons.h"
 
+#include "assets/program_stream.h"
+#include "dvd/vm_commands.h"
+#include "job/bits.h"
 #include "job/log_writers.h"
+#include "job/progress.h"
+#include "job/tool_runner.h"
+#include "platform/stream_files.h"
+#include "platform/trace.h"
 #include "platform/text.h"
 #include "subpicture/sst.h"
 #include "subpicture/sst_support.h"
@@ -74,6 +81,92 @@ void StampBitmaps(JobContext& job, VTS_Properties& domain, const std::string& id
             auto& cellRecord = Extend(StreamOfVob(vobRecord, stream).CELL_DETAILS, cell);
             Extend(cellRecord.bmp, bitmap).PTSstamp = static_cast<std::int32_t>(value);
         }
+    }
+}
+
+// The NAV packs of the sector file are read this many at a time, with a
+// look at the stop between blocks.
+constexpr std::size_t kParseBlockSectors = 12800;
+
+// The cell's prohibited user operations: the four bytes for the authoring,
+// and their names once per cell.
+void StoreUserOperations(JobContext& job, CELL_ID_Properties& cell, std::uint32_t mask, bool changed) {
+    std::string hex;
+    std::string bits;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const auto byte = static_cast<std::uint8_t>(mask >> shift);
+        hex += Pad_Byte(byte);
+        bits += HexToBin(Pad_Byte(byte));
+    }
+    cell.UOPStringForMuxman = hex;
+    const auto names = GETUOP(job, bits.substr(0, 8), bits.substr(8, 8), bits.substr(16, 8), bits.substr(24, 8));
+    if (job.UOPFound == 0 || !changed) return;
+    for (const auto& name : names) {
+        if (!name.empty()) cell.UOPs.Add().Command = name;
+    }
+}
+
+// The highlight's buttons, colours and modes on the bitmap's highlight
+// stream; each command decoded and handed to the title commands.
+void StoreHighlight(JobContext& job, HIGHLIGHT_STREAM_Properties& target, const Highlight& hli, int titleSet) {
+    target.Button_Offset = hli.Button_Offset;
+    target.Number_Of_Buttons = hli.Number_Of_Buttons;
+    target.Numerical = hli.Numerical;
+    target.Forced_Selected_Button = hli.Forced_Selected_Button;
+    target.Forced_Activated_Button = hli.Forced_Activated_Button;
+    while (target.COLOR_GROUP.Count() < kButtonColourGroups) target.COLOR_GROUP.Add();
+    for (std::size_t k = 0; k < kButtonColourGroups; ++k) {
+        const ButtonColourGroup& from = hli.ColourGroups[k];
+        auto& to = target.COLOR_GROUP.Item(k + 1);
+        to.Selection_Color_E2 = from.Selection_Color_E2;
+        to.Selection_Color_E1 = from.Selection_Color_E1;
+        to.Selection_Color_P = from.Selection_Color_P;
+        to.Selection_Color_Bg = from.Selection_Color_Bg;
+        to.Selection_Contrast_E2 = from.Selection_Contrast_E2;
+        to.Selection_Contrast_E1 = from.Selection_Contrast_E1;
+        to.Selection_Contrast_P = from.Selection_Contrast_P;
+        to.Selection_Contrast_Bg = from.Selection_Contrast_Bg;
+        to.Action_Color_E2 = from.Action_Color_E2;
+        to.Action_Color_E1 = from.Action_Color_E1;
+        to.Action_Color_P = from.Action_Color_P;
+        to.Action_Color_Bg = from.Action_Color_Bg;
+        to.Action_Contrast_E2 = from.Action_Contrast_E2;
+        to.Action_Contrast_E1 = from.Action_Contrast_E1;
+        to.Action_Contrast_P = from.Action_Contrast_P;
+        to.Action_Contrast_Bg = from.Action_Contrast_Bg;
+    }
+    target.ButtonMode_1 = ButtonGroupDisplay(hli.ButtonModeHigh, 1);
+    target.ButtonMode_2 = ButtonGroupDisplay(hli.ButtonModeLow, 2);
+    target.ButtonMode_3 = ButtonGroupDisplay(hli.ButtonModeLow, 3);
+
+    for (std::size_t n = 0; n < hli.Number_Of_Buttons; ++n) {
+        auto& button = target.BUTTON_DETAILS.Add();
+        for (const auto& group : hli.Groups) {
+            if (n >= group.size()) continue;
+            auto& area = button.HIGH_LIGHT_AREA.Add();
+            area.X1 = static_cast<std::int16_t>(group[n].X1);
+            area.X2 = static_cast<std::int16_t>(group[n].X2);
+            area.Y1 = static_cast<std::int16_t>(group[n].Y1);
+            area.Y2 = static_cast<std::int16_t>(group[n].Y2);
+        }
+        if (hli.Groups.empty() || n >= hli.Groups.front().size()) continue;
+        const ButtonEntry& entry = hli.Groups.front()[n];
+        button.Up = entry.Up;
+        button.Down = entry.Down;
+        button.Left = entry.Left;
+        button.Right = entry.Right;
+        button.Color_Index = entry.Color_Index;
+        button.Auto_Action = entry.Auto_Action ? std::int16_t{-1} : std::int16_t{0};
+        CommandBytes bytes;
+        std::string hex;
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = Pad_Byte(entry.Command[i]);
+            hex += bytes[i];
+        }
+        button.Button_Action_String = hex;
+        button.Button_Action = Hex2Command(job, bytes);
+        WLOG(job, "Button" + std::to_string(n + 1) + " Command=" + button.Button_Action + ", MuxmanString=" + hex);
+        GetTitleCommands(job, button.Button_Action, titleSet);
     }
 }
 
@@ -163,8 +256,72 @@ void CheckDisplayMode(JobContext& job) {
 }
 
 void VobParse(JobContext& job, const std::string& bovPath) {
-    static_cast<void>(bovPath);
-    NotYetAvailable(job, "VobParse");
+    platform::TraceFrame frame(job.Trace, "Subpictures", "VobParse");
+    WLF(job, "vobparse");
+    LogWindow(job, "Retrieving Button details from VOB's");
+    const std::string muxman = job.WorkFolder + "\\MUXMAN";
+    if (!job.Files.FolderExists(muxman)) job.Files.MakeFolder(muxman);
+    if (!job.Files.FileExists(bovPath)) {
+        StageFailed(job, RunStage::Subpictures, "the domain's sectors " + bovPath + " are missing");
+        return;
+    }
+    auto& domain = job.DiscModel.Item(static_cast<std::size_t>(job.DomainIndex));
+    std::int64_t cells = 0;
+    for (const auto& vob : domain.Vob_Id) cells += static_cast<std::int64_t>(vob.CELL_ID.Count());
+    const int frameHeight = domain.Video.Count() > 0 && domain.Video.Item(1).Standard == "NTSC" ? 480 : 576;
+    const int titleSet = job.DomainIndex - 1;
+
+    const auto input = platform::OpenFileReader(job.Files.Paths(), bovPath);
+    ProgramStreamReader reader(*input, kParseBlockSectors * kPackSize);
+    const auto damaged = [&](std::uint64_t offset, const std::string& what) {
+        WLOG(job, "\tWARNING: " + what + " (byte " + std::to_string(offset) + "); passed over");
+    };
+    std::uint64_t packs = 0;
+    std::int64_t cellsSeen = 0;
+    int lastVob = 0, lastCell = 0;
+    while (const Pack* pack = reader.NextPassingOver(damaged)) {
+        if (++packs % kParseBlockSectors == 0) {
+            ServeMessages(job);
+            if (job.ClosingDown != 0 || job.StopRequested != 0) return;
+        }
+        if (!pack->NavFault.empty()) WLOG(job, "\tWARNING: " + pack->NavFault);
+        if (!pack->HasNav) continue;
+        const NavPack& nav = pack->Nav;
+        const int vob = nav.VobId;
+        const int cell = nav.CellId;
+        const bool changed = vob != lastVob || cell != lastCell;
+        if (changed) ++cellsSeen;
+        lastVob = vob;
+        lastCell = cell;
+        WLOG(job, "Vobid=" + std::to_string(vob) + " ,Cellid=" + std::to_string(cell) +
+                      " ,VOBUStartPTS=" + std::to_string(nav.VobuStartPtm) +
+                      " ,VOBUEndPTS =" + std::to_string(nav.VobuEndPtm));
+        if (vob < 1 || static_cast<std::size_t>(vob) > domain.Vob_Id.Count()) continue;
+        auto& vobRecord = domain.Vob_Id.Item(static_cast<std::size_t>(vob));
+        if (vobRecord.Dummy != 0 || cell < 1 || static_cast<std::size_t>(cell) > vobRecord.CELL_ID.Count()) continue;
+        if (!nav.HighlightFault.empty()) WLOG(job, "\tWARNING: " + nav.HighlightFault);
+        // A pack whose highlight status says it has no buttons, or whose
+        // highlight cannot be read, leaves the bitmap to a pack that has them.
+        if (!nav.HasHighlight) continue;
+
+        int stream = 0;
+        const int position = MatchBitmap(job, vob, cell, nav.VobuStartPtm, nav.VobuEndPtm, stream);
+        if (position >= kNoBitmap) continue;
+        auto& cellRecord = vobRecord.CELL_ID.Item(static_cast<std::size_t>(cell));
+        auto& bitmap = vobRecord.SUB_STREAM.Item(static_cast<std::size_t>(stream))
+                           .CELL_DETAILS.Item(static_cast<std::size_t>(cell))
+                           .bmp.Item(static_cast<std::size_t>(position));
+        UpdateProgress(job, cellsSeen, cells, "Analysing BOV file", false, false);
+
+        StoreUserOperations(job, cellRecord, nav.UserOperations, changed);
+        const Highlight& hli = nav.Hli;
+        WLOG(job, "Highlight found for cellid " + std::to_string(cell) + ", and for BMP number " +
+                      std::to_string(position));
+        WLOG(job, "Number of buttons for this highlight=" + std::to_string(hli.Number_Of_Buttons));
+        for (const auto& warning : CheckButtons(nav, frameHeight)) WLOG(job, "\tWARNING: " + warning);
+        StoreHighlight(job, bitmap.HIGHLIGHT_STREAM.Item(1), hli, titleSet);
+    }
+    UpdateProgress(job, cells, cells, "Analysing BOV file", false, false);
 }
 
 }  // namespace kestrova

@@ -102,5 +102,72 @@ TEST(SubpictureDiscs, TimedSubtitlesKeepTheTimesTheyWereMadeWith) {
     }
 }
 
+// The buttons a bitmap's highlight took: per button its rectangle in each
+// group, "x1:y1:x2:y2", groups joined by "/".
+std::vector<std::string> Buttons(const VTS_Properties& domain, std::size_t vob, std::size_t cell) {
+    std::vector<std::string> buttons;
+    for (const auto& stream : domain.Vob_Id.Item(vob).SUB_STREAM) {
+        if (cell > stream.CELL_DETAILS.Count()) continue;
+        for (const auto& bitmap : stream.CELL_DETAILS.Item(cell).bmp) {
+            for (const auto& highlight : bitmap.HIGHLIGHT_STREAM) {
+                for (const auto& button : highlight.BUTTON_DETAILS) {
+                    std::string areas;
+                    for (const auto& a : button.HIGH_LIGHT_AREA) {
+                        areas += (areas.empty() ? "" : "/") + std::to_string(a.X1) + ":" + std::to_string(a.Y1) +
+                                 ":" + std::to_string(a.X2) + ":" + std::to_string(a.Y2);
+                    }
+                    EXPECT_EQ(button.Button_Action_String.size(), 16u) << areas;
+                    EXPECT_FALSE(button.Button_Action.empty()) << areas;
+                    buttons.push_back(areas);
+                }
+            }
+        }
+    }
+    return buttons;
+}
+
+// The VMG's part of the model once the run has gone past its subpicture
+// stage (the end of the run clears the model).
+VTS_Properties RunForVmg(test::PipelineFixture& f) {
+    VTS_Properties vmg;
+    f.view.OnServe = [&f, &vmg](int) {
+        if (f.job.Stages.Current() == RunStage::Encoding) vmg = f.job.DiscModel.Item(1);
+    };
+    BeginRoutines(f.job);
+    EXPECT_TRUE(f.job.Stages.Ended()) << f.job.Stages.FailureReason();
+    return vmg;
+}
+
+TEST(SubpictureDiscs, ButtonsComeFromTheNavPacksOfTheCellsHoldingTheirBitmaps) {
+    using List = std::vector<std::string>;
+    {
+        test::PipelineFixture f("pal-menu-cells-jumppad");
+        const VTS_Properties vmg = RunForVmg(f);
+        ASSERT_EQ(vmg.Vob_Id.Count(), 3u);
+        // Menu 1's intro (VOB 1) repeats the loop's buttons in its NAV packs
+        // but holds no bitmap; menu 2 (VOB 3) has its bitmap in cell 1 only.
+        EXPECT_EQ(Buttons(vmg, 1, 1), List{});
+        EXPECT_EQ(Buttons(vmg, 2, 1), (List{"100:160:340:220", "380:160:620:220", "100:300:340:360", "380:300:620:360"}));
+        EXPECT_EQ(Buttons(vmg, 3, 1), (List{"100:400:300:460", "420:400:620:460", "100:480:300:540", "420:480:620:540"}));
+        EXPECT_EQ(Buttons(vmg, 3, 2), List{});
+        EXPECT_EQ(vmg.Language.Item(1).PGC_Number.Item(1).Dummy, 0) << "a button menu is a real PGC";
+        EXPECT_NE(vmg.Vob_Id.Item(2).IsMenu, 0);
+    }
+    {
+        test::PipelineFixture f("ntsc-wide-menus-subs");
+        const VTS_Properties vmg = RunForVmg(f);
+        ASSERT_EQ(vmg.Vob_Id.Count(), 2u);
+        // The widescreen and the letterbox group of each button, taken by the
+        // highlight bitmap of stream id 0 and, from the next NAV pack, by
+        // that of stream id 10.
+        const List buttons{"120:120:340:200/120:150:340:210", "380:120:600:200/380:150:600:210",
+                           "120:280:600:360/120:270:600:330"};
+        List twice = buttons;
+        twice.insert(twice.end(), buttons.begin(), buttons.end());
+        EXPECT_EQ(Buttons(vmg, 1, 1), twice);
+        EXPECT_EQ(vmg.Vob_Id.Item(1).SubStreamUsed, 11);
+    }
+}
+
 }  // namespace
 }  // namespace kestrova

@@ -2,7 +2,11 @@
 // lists, and every bitmap of the rip given its record and PTS.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "assets/asset_stage_fixture.h"
+#include "support/fixtures.h"
 #include "subpicture/buttons.h"
 
 namespace kestrova {
@@ -100,6 +104,37 @@ TEST_F(HighlightBitmaps, AWideDomainMissingALaterStreamShowsTheFirstInTheWideMod
     EXPECT_EQ(vob.SUB_STREAM.Item(1).CELL_DETAILS.Item(1).bmp.Item(1).Display_Mode, "Wide/Letter");
     EXPECT_EQ(Domain().Vob_Id.Item(2).SUB_STREAM.Item(1).CELL_DETAILS.Item(1).bmp.Item(1).Display_Mode, "Normal");
     EXPECT_TRUE(Logged("Part of SubStream missing - setting mode to Wide/Letter for VOBID: 1"));
+}
+
+// The jumppad disc's VMG menus: the loop VOB (id 2) holds a highlight
+// bitmap and 4 buttons in every NAV pack. Its first pack is made to say it
+// has none: the bitmap takes the buttons of the next.
+TEST_F(HighlightBitmaps, APackWithoutButtonsLeavesTheBitmapToTheNextAndAMissingSectorFileFailsTheStage) {
+    AddVob({25});
+    AddVob({25});
+    AddVob({25, 25, 25});
+    auto& bitmap = Domain().Vob_Id.Item(2).SUB_STREAM.Add().CELL_DETAILS.Add().bmp.Add();
+    bitmap.HighLight_Present = -1;
+    std::ifstream file(test::FixtureDisc("pal-menu-cells-jumppad") + "/VIDEO_TS.VOB", std::ios::binary);
+    std::string vob((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    for (std::size_t at = 0; at + 2048 <= vob.size(); at += 2048) {
+        if (vob.compare(at + 38, 4, "\x00\x00\x01\xBF", 4) != 0 || vob[at + 1056] != 2) continue;
+        vob[at + 141] = vob[at + 142] = vob[at + 158] = 0;
+        break;
+    }
+    Put("Job/D_VTS_01_0/SUBTITLES/PGC_1.bov", vob);
+    VobParse(job, "K:\\Job\\D_VTS_01_0\\SUBTITLES\\PGC_1.bov");
+    ASSERT_EQ(bitmap.HIGHLIGHT_STREAM.Count(), 1u);
+    const auto& highlight = bitmap.HIGHLIGHT_STREAM.Item(1);
+    EXPECT_EQ(highlight.BUTTON_DETAILS.Count(), 4u);
+    EXPECT_EQ(highlight.COLOR_GROUP.Count(), 3u);
+    EXPECT_EQ(highlight.ButtonMode_1, "Normal");
+    EXPECT_TRUE(Logged("Number of buttons for this highlight=4"));
+    EXPECT_TRUE(files.FolderExists("K:\\Job\\D_VTS_01_0\\MUXMAN"));
+    EXPECT_FALSE(job.Stages.FailedStage().has_value());
+
+    VobParse(job, "K:\\Job\\D_VTS_01_0\\SUBTITLES\\PGC_2.bov");
+    EXPECT_EQ(job.Stages.FailedStage(), RunStage::Subpictures);
 }
 
 }  // namespace
