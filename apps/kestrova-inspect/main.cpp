@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -151,6 +152,28 @@ void PrintFileReport(const PrintNode& root, bool json, std::size_t failed, std::
     if (failed > 0) throw Error(std::to_string(failed) + " of " + std::to_string(total) + " files could not be read.");
 }
 
+// A run over files: `add` fills each file's node behind its "path"; a file
+// it cannot read is named on the error stream, the others are still
+// printed, and the run fails at the end.
+void PrintFiles(const std::vector<std::string>& paths, bool json,
+                const std::function<void(const std::string& path, PrintNode& file)>& add) {
+    PrintNode root = PrintNode::Object();
+    PrintNode& files = root.Set("file", PrintNode::Array());
+    std::size_t failed = 0;
+    for (const std::string& path : paths) {
+        try {
+            PrintNode file = PrintNode::Object();
+            file.Set("path", path);
+            add(path, file);
+            files.Push(std::move(file));
+        } catch (const Error& failure) {
+            std::cerr << failure.what() << "\n";
+            ++failed;
+        }
+    }
+    PrintFileReport(root, json, failed, paths.size());
+}
+
 PrintNode AudioStreamNode(const AudioStream& stream) {
     PrintNode node = PrintNode::Object();
     if (stream.Stream != 0) node.Set("id", "0x" + StreamHex(stream.Stream));
@@ -192,35 +215,23 @@ PrintNode AudioStreamNode(const AudioStream& stream) {
 // be read is named on the error stream, the others are still printed, and
 // the run fails at the end.
 void PrintAudioFiles(const std::vector<std::string>& paths, bool json) {
-    PrintNode root = PrintNode::Object();
-    PrintNode& files = root.Set("file", PrintNode::Array());
-    std::size_t failed = 0;
-    for (const std::string& path : paths) {
-        try {
-            PrintNode file = PrintNode::Object();
-            file.Set("path", path);
-            PrintNode streams = PrintNode::Array();
-            if (IsProgramStreamFile(path)) {
-                const VobAudio vob = ScanVobAudioFile(path);
-                file.Set("packs", static_cast<std::int64_t>(vob.Packs));
-                PrintNode& spots = file.Set("bad_pack", PrintNode::Array());
-                for (const AudioFault& fault : vob.Faults) {
-                    PrintNode& spot = spots.Push(PrintNode::Object());
-                    spot.Set("offset", static_cast<std::int64_t>(fault.Offset));
-                    spot.Set("what", fault.What);
-                }
-                for (const AudioStream& stream : vob.Streams) streams.Push(AudioStreamNode(stream));
-            } else {
-                streams.Push(AudioStreamNode(ScanAudioFile(path)));
+    PrintFiles(paths, json, [](const std::string& path, PrintNode& file) {
+        PrintNode streams = PrintNode::Array();
+        if (IsProgramStreamFile(path)) {
+            const VobAudio vob = ScanVobAudioFile(path);
+            file.Set("packs", static_cast<std::int64_t>(vob.Packs));
+            PrintNode& spots = file.Set("bad_pack", PrintNode::Array());
+            for (const AudioFault& fault : vob.Faults) {
+                PrintNode& spot = spots.Push(PrintNode::Object());
+                spot.Set("offset", static_cast<std::int64_t>(fault.Offset));
+                spot.Set("what", fault.What);
             }
-            file.Set("stream", std::move(streams));
-            files.Push(std::move(file));
-        } catch (const Error& failure) {
-            std::cerr << failure.what() << "\n";
-            ++failed;
+            for (const AudioStream& stream : vob.Streams) streams.Push(AudioStreamNode(stream));
+        } else {
+            streams.Push(AudioStreamNode(ScanAudioFile(path)));
         }
-    }
-    PrintFileReport(root, json, failed, paths.size());
+        file.Set("stream", std::move(streams));
+    });
 }
 
 void PrintAudio(Session&, const std::vector<std::string>& paths) { PrintAudioFiles(paths, false); }
@@ -331,59 +342,47 @@ void PrintSpuFiles(Session& session, const std::vector<std::string>& paths, bool
         if (folder.back() != '\\') folder += '\\';
     }
     std::map<std::uint8_t, std::int64_t> ordinals;
-    PrintNode root = PrintNode::Object();
-    PrintNode& files = root.Set("file", PrintNode::Array());
-    std::size_t failed = 0;
-    for (const std::string& path : paths) {
-        try {
-            HostFileReader reader(path);
-            std::map<std::uint8_t, std::vector<PrintNode>> units;
-            const VobSubpictures vob = ReadVobSubpictures(reader, [&](const SubpictureUnit& unit) {
-                const std::int64_t ordinal = ++ordinals[unit.Stream];
-                PrintNode node = SpuNode(unit);
-                if (!unit.Bitmap.Pixels.empty()) {
-                    node.Set("bitmap", std::to_string(unit.Bitmap.Width) + "x" + std::to_string(unit.Bitmap.Height));
-                    if (!folder.empty()) {
-                        const std::string name = StreamHex(unit.Stream) + "_" + std::to_string(ordinal) + ".bmp";
-                        WriteSpuBitmap(session, folder, name, unit.Bitmap);
-                        node.Set("bmp", name);
-                    }
+    PrintFiles(paths, json, [&](const std::string& path, PrintNode& file) {
+        HostFileReader reader(path);
+        std::map<std::uint8_t, std::vector<PrintNode>> units;
+        const VobSubpictures vob = ReadVobSubpictures(reader, [&](const SubpictureUnit& unit) {
+            const std::int64_t ordinal = ++ordinals[unit.Stream];
+            PrintNode node = SpuNode(unit);
+            if (!unit.Bitmap.Pixels.empty()) {
+                node.Set("bitmap", std::to_string(unit.Bitmap.Width) + "x" + std::to_string(unit.Bitmap.Height));
+                if (!folder.empty()) {
+                    const std::string name = StreamHex(unit.Stream) + "_" + std::to_string(ordinal) + ".bmp";
+                    WriteSpuBitmap(session, folder, name, unit.Bitmap);
+                    node.Set("bmp", name);
                 }
-                units[unit.Stream].push_back(std::move(node));
-            });
-            std::map<std::uint8_t, std::vector<const SpuFault*>> faults;
-            for (const SpuFault& fault : vob.Faults) faults[fault.Stream].push_back(&fault);
-            for (const auto& [id, list] : faults) units[id];  // a stream of faults only is listed too
+            }
+            units[unit.Stream].push_back(std::move(node));
+        });
+        std::map<std::uint8_t, std::vector<const SpuFault*>> faults;
+        for (const SpuFault& fault : vob.Faults) faults[fault.Stream].push_back(&fault);
+        for (const auto& [id, list] : faults) units[id];  // a stream of faults only is listed too
 
-            PrintNode file = PrintNode::Object();
-            file.Set("path", path);
-            file.Set("packs", static_cast<std::int64_t>(vob.Packs));
-            PrintNode& badPacks = file.Set("bad_pack", PrintNode::Array());
-            PrintNode& streams = file.Set("stream", PrintNode::Array());
-            for (auto& [id, list] : units) {
-                if (id == 0) {
-                    for (const SpuFault* fault : faults[0]) badPacks.Push(FaultNode(*fault));
-                    continue;
-                }
-                PrintNode& stream = streams.Push(PrintNode::Object());
-                stream.Set("id", "0x" + StreamHex(id));
-                stream.Set("spus", static_cast<std::int64_t>(list.size()));
-                stream.Set("faults", static_cast<std::int64_t>(faults[id].size()));
-                PrintNode& spus = stream.Set("spu", PrintNode::Array());
-                for (PrintNode& node : list) spus.Push(std::move(node));
-                PrintNode& spots = stream.Set("fault", PrintNode::Array());
-                for (const SpuFault* fault : faults[id]) spots.Push(FaultNode(*fault));
+        file.Set("packs", static_cast<std::int64_t>(vob.Packs));
+        PrintNode& badPacks = file.Set("bad_pack", PrintNode::Array());
+        PrintNode& streams = file.Set("stream", PrintNode::Array());
+        for (auto& [id, list] : units) {
+            if (id == 0) {
+                for (const SpuFault* fault : faults[0]) badPacks.Push(FaultNode(*fault));
+                continue;
             }
-            if (vob.FaultsNotListed != 0) {
-                file.Set("faults_not_listed", static_cast<std::int64_t>(vob.FaultsNotListed));
-            }
-            files.Push(std::move(file));
-        } catch (const Error& failure) {
-            std::cerr << failure.what() << "\n";
-            ++failed;
+            PrintNode& stream = streams.Push(PrintNode::Object());
+            stream.Set("id", "0x" + StreamHex(id));
+            stream.Set("spus", static_cast<std::int64_t>(list.size()));
+            stream.Set("faults", static_cast<std::int64_t>(faults[id].size()));
+            PrintNode& spus = stream.Set("spu", PrintNode::Array());
+            for (PrintNode& node : list) spus.Push(std::move(node));
+            PrintNode& spots = stream.Set("fault", PrintNode::Array());
+            for (const SpuFault* fault : faults[id]) spots.Push(FaultNode(*fault));
         }
-    }
-    PrintFileReport(root, json, failed, paths.size());
+        if (vob.FaultsNotListed != 0) {
+            file.Set("faults_not_listed", static_cast<std::int64_t>(vob.FaultsNotListed));
+        }
+    });
 }
 
 void PrintSpu(Session& session, const std::vector<std::string>& paths) { PrintSpuFiles(session, paths, false); }
@@ -565,21 +564,7 @@ void AddNavFile(Session& session, const std::string& path, PrintNode& file) {
 // cannot be read is named on the error stream, the others are still
 // printed, and the run fails at the end.
 void PrintNavFiles(Session& session, const std::vector<std::string>& paths, bool json) {
-    PrintNode root = PrintNode::Object();
-    PrintNode& files = root.Set("file", PrintNode::Array());
-    std::size_t failed = 0;
-    for (const std::string& path : paths) {
-        try {
-            PrintNode file = PrintNode::Object();
-            file.Set("path", path);
-            AddNavFile(session, path, file);
-            files.Push(std::move(file));
-        } catch (const Error& failure) {
-            std::cerr << failure.what() << "\n";
-            ++failed;
-        }
-    }
-    PrintFileReport(root, json, failed, paths.size());
+    PrintFiles(paths, json, [&session](const std::string& path, PrintNode& file) { AddNavFile(session, path, file); });
 }
 
 void PrintNav(Session& session, const std::vector<std::string>& paths) { PrintNavFiles(session, paths, false); }
