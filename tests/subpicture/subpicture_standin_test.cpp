@@ -22,6 +22,8 @@
 #include "standins/program_folder.h"
 #include "subpicture/extraction.h"
 #include "subpicture/spu_decoder.h"
+#include "subpicture/sst.h"
+#include "subpicture/sst_support.h"
 #include "support/fixtures.h"
 #include "support/job_fixture.h"
 
@@ -95,8 +97,8 @@ std::map<int, std::vector<IdxEntry>> ReadIdx(const std::string& text) {
     return streams;
 }
 
-// One event of a .sst, as the list reader splits it.
-struct SstEvent {
+// One event of a .sst, as the job's list reader splits it.
+struct ListedEvent {
     int Start = 0, End = -1;  // frames from the VOB id's start; -1: never stops
     std::string Bitmap;
     bool Highlight = false;
@@ -104,30 +106,12 @@ struct SstEvent {
 
 struct SstList {
     std::vector<std::string> Head;
-    std::vector<SstEvent> Events;
-    int ColorLines = 0;
+    std::vector<ListedEvent> Events;
 };
 
-// Reads a .sst line by line as the list reader does, expecting every line
-// in the shape the stand-in promises: 16 head lines with their keys, then
-// Color/Contrast pairs and events of four tab fields (and "Highlight").
+// Reads a .sst with the job's own list reader, line by line: writer and
+// reader must agree on every line past the 16 head lines.
 SstList ReadSst(const std::string& text, int frameBase) {
-    static const char* const kKeys[] = {"st_format\t",
-                                        "Display_Start\t",
-                                        "TV_Type\t",
-                                        "Tape_Type\tNON_DROP",
-                                        "Pixel_Area\t(0 ",
-                                        "Directory\t",
-                                        "Subtitle\t",
-                                        "Display_Area\t(0 0 719 ",
-                                        "Contrast\t(",
-                                        "#",
-                                        "# Palette entries:",
-                                        "# 00 : RGB(  0,  0,  0)",
-                                        "# 01 : RGB( 85, 85, 85)",
-                                        "# 02 : RGB(170,170,170)",
-                                        "# 03 : RGB(255,255,255)",
-                                        "SP_NUMBER\tSTART\tEND\tFILE_NAME"};
     SstList list;
     EXPECT_TRUE(text.ends_with("\r\n"));
     const auto frames = [frameBase](const std::string& label) {
@@ -137,35 +121,21 @@ SstList ReadSst(const std::string& text, int frameBase) {
                    frameBase +
                std::stoi(label.substr(9, 2));
     };
-    const std::regex color(R"(Color\tpalette \((\d+) (\d+) (\d+) (\d+)\))"),
-        contrast(R"(Contrast\t\((\d+) (\d+) (\d+) (\d+)\))");
-    const std::regex event(R"((\d{4})\t(\d\d:\d\d:\d\d:\d\d)\t(\d\d:\d\d:\d\d:\d\d)\t([^\t]+\.bmp)(\tHighlight)?)");
-    std::size_t start = 0;
-    bool colorBefore = false;
-    for (std::size_t position = 0; start < text.size(); ++position) {
-        const std::size_t end = text.find("\r\n", start);
-        const std::string line = text.substr(start, end - start);
-        start = end == std::string::npos ? text.size() : end + 2;
-        std::smatch match;
-        if (position < 16) {
-            EXPECT_EQ(line.rfind(kKeys[position], 0), 0u) << "head line " << position << ": " << line;
+    std::istringstream lines(text);
+    std::string line;
+    for (std::size_t position = 0; std::getline(lines, line); ++position) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (position < kSstHeadLines) {
             list.Head.push_back(line);
-        } else if (std::regex_match(line, match, color)) {
-            for (int i = 1; i <= 4; ++i) EXPECT_LE(std::stoi(match[i]), 15) << line;
-            ++list.ColorLines;
-            colorBefore = true;
-        } else if (std::regex_match(line, match, contrast)) {
-            EXPECT_TRUE(colorBefore) << "a Contrast line follows its Color line: " << line;
-            colorBefore = false;
-        } else if (std::regex_match(line, match, event)) {
-            EXPECT_EQ(std::stoi(match[1]), static_cast<int>(list.Events.size()) + 1) << line;
-            EXPECT_GT(list.ColorLines, 0) << "the colours come before the first event";
-            list.Events.push_back({frames(match[2]), frames(match[3]), match[4], match[5].matched});
-        } else {
-            ADD_FAILURE() << "line " << position << " is no Color, Contrast or event line: " << line;
+            continue;
         }
+        if (ClassifySstLine(line, position) != SstLineKind::Event) continue;
+        SstEvent event;
+        std::string fault;
+        EXPECT_TRUE(ParseSstEvent(line, event, fault)) << fault;
+        list.Events.push_back({frames(event.Start), frames(event.End), event.FileName, event.Highlight});
     }
-    EXPECT_EQ(list.Head.size(), 16u);
+    EXPECT_EQ(list.Head.size(), kSstHeadLines);
     return list;
 }
 
@@ -252,7 +222,7 @@ TEST(SubpictureStandIns, FixtureMenusAreRippedAndConvertedSpuForSpu) {
         EXPECT_EQ(list.Head[6], "Subtitle\tPGC_10x20");
         ASSERT_EQ(list.Events.size(), entries.size());
         for (std::size_t k = 0; k < entries.size(); ++k) {
-            const SstEvent& event = list.Events[k];
+            const ListedEvent& event = list.Events[k];
             EXPECT_EQ(event.Bitmap, "P1_S0_" + std::to_string(10001 + k) + "_V" + entries[k].VobId + "_C" +
                                         entries[k].CellId + ".bmp");
             EXPECT_TRUE(event.Highlight && event.End == -1) << event.Bitmap;
@@ -311,7 +281,7 @@ TEST(SubpictureStandIns, SpumuxStreamsRoundTripThroughTheListAndABrokenSpuIsName
         const auto& times = listed.at(id == 0 ? "20" : "21");
         ASSERT_EQ(list.Events.size(), times.size());
         for (std::size_t k = 0; k < times.size(); ++k) {
-            const SstEvent& event = list.Events[k];
+            const ListedEvent& event = list.Events[k];
             EXPECT_NEAR(event.Start - list.Events[0].Start, (times[k].first - times[0].first) * 25, 1) << event.Bitmap;
             EXPECT_NEAR(event.End - event.Start, (times[k].second - times[k].first) * 25, 1) << event.Bitmap;
             EXPECT_EQ(BmpSize(f.Text(event.Bitmap)), std::make_pair(720, 576)) << event.Bitmap;
