@@ -25,11 +25,6 @@ constexpr std::uint8_t kSequenceEndCode = 0xB7;
 constexpr std::uint8_t kGroupStartCode = 0xB8;
 constexpr std::uint8_t kFirstSystemStartCode = 0xB9;
 
-// extension_start_code_identifier values.
-constexpr std::uint32_t kSequenceExtensionId = 1;
-constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
-constexpr std::uint32_t kPictureCodingExtensionId = 8;
-
 // Bytes after the start code that a header other than the sequence header
 // can take at most.
 constexpr std::size_t kShortHeaderMaxBytes = 16;
@@ -321,27 +316,16 @@ void StreamScanner::OnExtension() {
 }
 
 void StreamScanner::OnSequenceExtension(HeaderBits& bits) {
-    bits.Read(8);  // profile_and_level_indication
-    const bool progressive = bits.Flag();
-    const auto chroma = static_cast<std::uint8_t>(bits.Read(2));
-    const std::uint32_t widthExtension = bits.Read(2);
-    const std::uint32_t heightExtension = bits.Read(2);
-    const std::uint32_t bitRateExtension = bits.Read(12);
-    bits.Marker("bit rate extension");
-    bits.Read(8);  // vbv_buffer_size_extension
-    bits.Read(1);  // low_delay
-    const auto rateN = static_cast<std::uint8_t>(bits.Read(2));
-    const auto rateD = static_cast<std::uint8_t>(bits.Read(5));
-    if (chroma == 0) bits.Fail("has the reserved chroma format 0");
+    const SequenceExtension extension = ReadSequenceExtension(bits);
     if (stream_.Counts.SequenceHeaders > 1) return;  // repeats of the first
     SequenceHeader& sequence = stream_.Sequence;
-    sequence.ProgressiveSequence = progressive;
-    sequence.ChromaFormat = chroma;
-    sequence.Width |= static_cast<std::int32_t>(widthExtension << 12);
-    sequence.Height |= static_cast<std::int32_t>(heightExtension << 12);
-    sequence.BitRate |= bitRateExtension << 18;
-    sequence.FrameRateExtensionN = rateN;
-    sequence.FrameRateExtensionD = rateD;
+    sequence.ProgressiveSequence = extension.ProgressiveSequence;
+    sequence.ChromaFormat = extension.ChromaFormat;
+    sequence.Width |= static_cast<std::int32_t>(extension.WidthExtension << 12);
+    sequence.Height |= static_cast<std::int32_t>(extension.HeightExtension << 12);
+    sequence.BitRate |= extension.BitRateExtension << 18;
+    sequence.FrameRateExtensionN = extension.FrameRateExtensionN;
+    sequence.FrameRateExtensionD = extension.FrameRateExtensionD;
 }
 
 void StreamScanner::OnSequenceDisplayExtension(HeaderBits& bits) {
@@ -355,18 +339,13 @@ void StreamScanner::OnSequenceDisplayExtension(HeaderBits& bits) {
 
 void StreamScanner::OnPictureCodingExtension(HeaderBits& bits) {
     pictureExtensionDue_ = false;
-    bits.Read(16);  // f_code[0][0] .. f_code[1][1]
-    bits.Read(2);   // intra_dc_precision
-    const std::uint32_t structure = bits.Read(2);
+    const PictureCodingExtension extension = ReadPictureCodingExtension(bits);
     VideoPicture& picture = open_->Picture;
-    picture.TopFieldFirst = bits.Flag();
-    bits.Read(4);  // frame_pred_frame_dct, concealment_motion_vectors, q_scale_type, intra_vlc_format
-    picture.AlternateScan = bits.Flag();
-    picture.RepeatFirstField = bits.Flag();
-    bits.Read(1);  // chroma_420_type
-    picture.ProgressiveFrame = bits.Flag();
-    if (structure == 0) bits.Fail("has the reserved picture structure 0");
-    picture.Structure = static_cast<PictureStructure>(structure);
+    picture.Structure = extension.Structure;
+    picture.TopFieldFirst = extension.TopFieldFirst;
+    picture.AlternateScan = extension.AlternateScan;
+    picture.RepeatFirstField = extension.RepeatFirstField;
+    picture.ProgressiveFrame = extension.ProgressiveFrame;
     if (picture.Structure != PictureStructure::Frame) {
         // A field picture repeats nothing; which field comes first is its parity.
         picture.TopFieldFirst = picture.Structure == PictureStructure::TopField;
@@ -388,20 +367,10 @@ void StreamScanner::OnGroup() {
     group.HeaderOffset = codeOffset_;
     group.Offset = sequenceBeforeNext_.value_or(codeOffset_);
     group.HasHeader = true;
-    group.TimeCode.DropFrame = bits.Flag();
-    group.TimeCode.Hours = static_cast<std::uint8_t>(bits.Read(5));
-    group.TimeCode.Minutes = static_cast<std::uint8_t>(bits.Read(6));
-    bits.Marker("minutes");
-    group.TimeCode.Seconds = static_cast<std::uint8_t>(bits.Read(6));
-    group.TimeCode.Pictures = static_cast<std::uint8_t>(bits.Read(6));
-    group.ClosedGop = bits.Flag();
-    group.BrokenLink = bits.Flag();
-    const GroupTimeCode& time = group.TimeCode;
-    if (time.Hours > 23 || time.Minutes > 59 || time.Seconds > 59 || time.Pictures > 59) {
-        bits.Fail("has the time code " + std::to_string(time.Hours) + ":" + std::to_string(time.Minutes) + ":" +
-                  std::to_string(time.Seconds) + ":" + std::to_string(time.Pictures) +
-                  "; expected hours to 23 and minutes, seconds and pictures to 59");
-    }
+    const GroupHeader header = ReadGroupHeader(bits);
+    group.TimeCode = header.TimeCode;
+    group.ClosedGop = header.ClosedGop;
+    group.BrokenLink = header.BrokenLink;
     group.FirstPicture = stream_.Pictures.size();
     stream_.Groups.push_back(group);
     groupAwaitsPicture_ = true;
@@ -414,23 +383,10 @@ void StreamScanner::OnPicture() {
     HeaderBits bits = Header("picture header", kShortHeaderMaxBytes);
     OpenPicture open;
     open.Picture.Offset = codeOffset_;
-    open.Picture.TemporalReference = static_cast<std::uint16_t>(bits.Read(10));
-    const std::uint32_t type = bits.Read(3);
-    bits.Read(16);  // vbv_delay
-    if (type == 0 || type > 4 || (type == 4 && stream_.Sequence.Mpeg2)) {
-        bits.Fail("has the picture coding type " + std::to_string(type) + "; expected 1 (I), 2 (P) or 3 (B)" +
-                  (stream_.Sequence.Mpeg2 ? "" : " or 4 (D)"));
-    }
-    open.Picture.Type = static_cast<PictureCodingType>(type);
-    open.Picture.SecondFieldType = open.Picture.Type;
-    if (type == 2 || type == 3) {
-        bits.Read(1);  // full_pel_forward_vector
-        if (bits.Read(3) == 0) bits.Fail("has the forbidden forward f_code 0");
-    }
-    if (type == 3) {
-        bits.Read(1);  // full_pel_backward_vector
-        if (bits.Read(3) == 0) bits.Fail("has the forbidden backward f_code 0");
-    }
+    const PictureHeader header = ReadPictureHeader(bits, stream_.Sequence.Mpeg2);
+    open.Picture.TemporalReference = header.TemporalReference;
+    open.Picture.Type = header.Type;
+    open.Picture.SecondFieldType = header.Type;
     open.SequenceOffset = sequenceBeforeNext_;
     sequenceBeforeNext_.reset();
     open_ = open;
@@ -595,6 +551,79 @@ private:
 };
 
 }  // namespace
+
+GroupHeader ReadGroupHeader(HeaderBits& bits) {
+    GroupHeader header;
+    GroupTimeCode& time = header.TimeCode;
+    time.DropFrame = bits.Flag();
+    time.Hours = static_cast<std::uint8_t>(bits.Read(5));
+    time.Minutes = static_cast<std::uint8_t>(bits.Read(6));
+    bits.Marker("minutes");
+    time.Seconds = static_cast<std::uint8_t>(bits.Read(6));
+    time.Pictures = static_cast<std::uint8_t>(bits.Read(6));
+    header.ClosedGop = bits.Flag();
+    header.BrokenLink = bits.Flag();
+    if (time.Hours > 23 || time.Minutes > 59 || time.Seconds > 59 || time.Pictures > 59) {
+        bits.Fail("has the time code " + std::to_string(time.Hours) + ":" + std::to_string(time.Minutes) + ":" +
+                  std::to_string(time.Seconds) + ":" + std::to_string(time.Pictures) +
+                  "; expected hours to 23 and minutes, seconds and pictures to 59");
+    }
+    return header;
+}
+
+PictureHeader ReadPictureHeader(HeaderBits& bits, bool mpeg2) {
+    PictureHeader header;
+    header.TemporalReference = static_cast<std::uint16_t>(bits.Read(10));
+    const std::uint32_t type = bits.Read(3);
+    bits.Read(16);  // vbv_delay
+    if (type == 0 || type > 4 || (type == 4 && mpeg2)) {
+        bits.Fail("has the picture coding type " + std::to_string(type) + "; expected 1 (I), 2 (P) or 3 (B)" +
+                  (mpeg2 ? "" : " or 4 (D)"));
+    }
+    header.Type = static_cast<PictureCodingType>(type);
+    if (type == 2 || type == 3) {
+        bits.Read(1);  // full_pel_forward_vector
+        if (bits.Read(3) == 0) bits.Fail("has the forbidden forward f_code 0");
+    }
+    if (type == 3) {
+        bits.Read(1);  // full_pel_backward_vector
+        if (bits.Read(3) == 0) bits.Fail("has the forbidden backward f_code 0");
+    }
+    return header;
+}
+
+SequenceExtension ReadSequenceExtension(HeaderBits& bits) {
+    SequenceExtension extension;
+    bits.Read(8);  // profile_and_level_indication
+    extension.ProgressiveSequence = bits.Flag();
+    extension.ChromaFormat = static_cast<std::uint8_t>(bits.Read(2));
+    extension.WidthExtension = bits.Read(2);
+    extension.HeightExtension = bits.Read(2);
+    extension.BitRateExtension = bits.Read(12);
+    bits.Marker("bit rate extension");
+    bits.Read(8);  // vbv_buffer_size_extension
+    bits.Read(1);  // low_delay
+    extension.FrameRateExtensionN = static_cast<std::uint8_t>(bits.Read(2));
+    extension.FrameRateExtensionD = static_cast<std::uint8_t>(bits.Read(5));
+    if (extension.ChromaFormat == 0) bits.Fail("has the reserved chroma format 0");
+    return extension;
+}
+
+PictureCodingExtension ReadPictureCodingExtension(HeaderBits& bits) {
+    PictureCodingExtension extension;
+    bits.Read(16);  // f_code[0][0] .. f_code[1][1]
+    bits.Read(2);   // intra_dc_precision
+    const std::uint32_t structure = bits.Read(2);
+    extension.TopFieldFirst = bits.Flag();
+    bits.Read(4);  // frame_pred_frame_dct, concealment_motion_vectors, q_scale_type, intra_vlc_format
+    extension.AlternateScan = bits.Flag();
+    extension.RepeatFirstField = bits.Flag();
+    bits.Read(1);  // chroma_420_type
+    extension.ProgressiveFrame = bits.Flag();
+    if (structure == 0) bits.Fail("has the reserved picture structure 0");
+    extension.Structure = static_cast<PictureStructure>(structure);
+    return extension;
+}
 
 std::size_t MemoryVideoReader::Read(std::span<std::uint8_t> buffer) {
     const std::size_t count = std::min(buffer.size(), bytes_.size() - position_);

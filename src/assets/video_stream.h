@@ -55,6 +55,53 @@ struct GroupTimeCode {
     std::uint8_t Pictures = 0;
 };
 
+// The fields of one group-of-pictures header.
+struct GroupHeader {
+    GroupTimeCode TimeCode;
+    bool ClosedGop = false;
+    bool BrokenLink = false;
+};
+
+// The fields of a picture header this code uses.
+struct PictureHeader {
+    std::uint16_t TemporalReference = 0;
+    PictureCodingType Type = PictureCodingType::I;
+};
+
+// The fields of a sequence extension (extension identifier 1).
+struct SequenceExtension {
+    bool ProgressiveSequence = true;
+    std::uint8_t ChromaFormat = 1;
+    std::uint32_t WidthExtension = 0;
+    std::uint32_t HeightExtension = 0;
+    std::uint32_t BitRateExtension = 0;
+    std::uint8_t FrameRateExtensionN = 0;
+    std::uint8_t FrameRateExtensionD = 0;
+};
+
+// The fields of a picture coding extension (extension identifier 8), as coded.
+struct PictureCodingExtension {
+    PictureStructure Structure = PictureStructure::Frame;
+    bool TopFieldFirst = false;
+    bool AlternateScan = false;
+    bool RepeatFirstField = false;
+    bool ProgressiveFrame = true;
+};
+
+// Extension identifiers (the 4 bits after 00 00 01 B5).
+inline constexpr std::uint32_t kSequenceExtensionId = 1;
+inline constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
+inline constexpr std::uint32_t kPictureDisplayExtensionId = 7;
+inline constexpr std::uint32_t kPictureCodingExtensionId = 8;
+
+// The readers of the headers after a sequence header, from the first bit
+// after the start code (an extension's after its identifier). Each fails
+// through `bits` when the header is cut short or holds a forbidden value.
+GroupHeader ReadGroupHeader(HeaderBits& bits);
+PictureHeader ReadPictureHeader(HeaderBits& bits, bool mpeg2);
+SequenceExtension ReadSequenceExtension(HeaderBits& bits);
+PictureCodingExtension ReadPictureCodingExtension(HeaderBits& bits);
+
 struct GroupOfPictures {
     // Where decoding of the group can start: the sequence header that
     // directly precedes its group header (only extensions and user data
