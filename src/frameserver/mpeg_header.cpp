@@ -64,8 +64,8 @@ SequenceHeader ReadSequenceHeader(HeaderBits& bits) {
     return header;
 }
 
-SequenceHeader ReadFirstSequenceHeader(const platform::FileSystem& files, const std::string& path,
-                                       std::size_t searchBytes) {
+std::optional<SequenceHeader> FindFirstSequenceHeader(const platform::FileSystem& files, const std::string& path,
+                                                      std::size_t searchBytes) {
     // The header may start near the end of the searched bytes, so read its
     // longest form beyond them.
     const std::size_t wanted = searchBytes + 4 + kSequenceHeaderMaxBytes;
@@ -99,8 +99,14 @@ SequenceHeader ReadFirstSequenceHeader(const platform::FileSystem& files, const 
         header.Offset = at;
         return header;
     }
+    return std::nullopt;
+}
+
+SequenceHeader ReadFirstSequenceHeader(const platform::FileSystem& files, const std::string& path,
+                                       std::size_t searchBytes) {
+    if (auto header = FindFirstSequenceHeader(files, path, searchBytes)) return *header;
     throw Error("The MPEG video file \"" + path + "\" holds no sequence header (00 00 01 B3) in its first " +
-                std::to_string(searched) + " bytes");
+                std::to_string(searchBytes) + " bytes");
 }
 
 }  // namespace kestrova

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -58,6 +59,13 @@ struct SequenceHeader {
 // The fields after the start code, matrices skipped. Fails through `bits`
 // for a zero picture size, a forbidden aspect code or a reserved rate code.
 SequenceHeader ReadSequenceHeader(HeaderBits& bits);
+
+// The first sequence header that starts in the first `searchBytes` bytes
+// of the file at the drive path `path`, or nothing when none does. Throws
+// Error naming the file and the offset when it cannot be read, or the
+// header found is cut short or damaged.
+std::optional<SequenceHeader> FindFirstSequenceHeader(const platform::FileSystem& files, const std::string& path,
+                                                      std::size_t searchBytes);
 
 // The first sequence header in the first `searchBytes` bytes of the file at
 // the drive path `path` (an elementary or program stream). Throws Error

@@ -24,6 +24,10 @@ public:
     virtual void SetRunning(bool running) { static_cast<void>(running); }
     // The window minimised or restored.
     virtual void SetMinimized(bool minimized) { static_cast<void>(minimized); }
+    // Opens the VOB preview modally, where the user marks the VOB ids to
+    // strip; it writes the strip list when it closes. False when this view
+    // has no preview.
+    virtual bool PreviewVobs() { return false; }
 };
 
 // A view that shows nothing, for jobs nobody watches.

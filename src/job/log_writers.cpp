@@ -29,15 +29,6 @@ void Write(JobContext& job, Log& log, const std::string& text, const char* proce
 
 constexpr std::uint64_t kSectorBytes = 2048;
 
-// Less than a sector free: a tool writing there has had its files cut short.
-bool JobDiskFull(JobContext& job) {
-    if (job.JobRoot.empty()) return false;
-    try {
-        return job.Files.FreeBytes(job.JobRoot) < kSectorBytes;
-    } catch (const Error&) {
-        return false;  // a folder that cannot be asked shows its fault at its next write
-    }
-}
 
 // Whether the stage now journaled ran to its end. A stopped stage did not;
 // nor did one that filled the job's disk, since an outside tool's short
@@ -46,17 +37,27 @@ bool JobDiskFull(JobContext& job) {
 // resumption, once space is freed, repeats the one that was cut short.
 bool StageRanWhole(JobContext& job) {
     if (job.StopRequested != 0) return false;
-    if (!JobDiskFull(job)) return true;
+    // Less than a sector free: a tool writing there has had its files cut short.
+    return !StopIfJobDiskLacks(job, kSectorBytes);
+}
+
+}  // namespace
+
+bool StopIfJobDiskLacks(JobContext& job, std::uint64_t bytes) {
+    if (job.JobRoot.empty()) return false;
+    try {
+        if (job.Files.FreeBytes(job.JobRoot) >= bytes) return false;
+    } catch (const Error&) {
+        return false;  // a folder that cannot be asked shows its fault at its next write
+    }
     const std::string text = "The disk holding " + job.JobRoot + " (" + job.Files.ToHost(job.JobRoot) +
                              ") is full: the job stops here, and can be resumed once space is freed";
     job.Questions.ShowMessage(text, "Kestrova", platform::MessageKind::Critical);
     WLOG(job, text);
     job.StopRequested = -1;
     job.Runner.RequestStop();
-    return false;
+    return true;
 }
-
-}  // namespace
 
 void OpenProgramLogs(JobContext& job, const std::string& folder) {
     job.RunLog.File(folder + "\\Kestrova.LOG");

@@ -2,6 +2,7 @@
 // bare lines in the journal, and lines in the window's log list.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,12 @@ void RLOG(JobContext& job, const std::string& text);
 // An empty text closes the step the last call opened: "<time> <step> is
 // complete" and a line with only the time.
 void LogWindow(JobContext& job, const std::string& text, bool indent = false);
+
+// When the disk of the job's folder has less than `bytes` free, a tool that
+// left no file there may have lacked the room: the job stops as it does
+// for a full disk (a message naming the folder; the stage gets no mark, so
+// a resumption repeats it) and true comes back.
+bool StopIfJobDiskLacks(JobContext& job, std::uint64_t bytes);
 
 // A stage whose work this version does not have yet says so in the run
 // log and the log list, and is set down as passed over against the stage

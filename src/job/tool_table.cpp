@@ -18,7 +18,7 @@ constexpr OutsideTool kOutsideTools[] = {
     {"dvd2avirb.exe", "new.dvd2avi", kProgramFolder, "dvd2avirb", "DVD2AVI", "", ""},
     {"dvd2avidg.exe", "new.dvd2avi", kProgramFolder, "dvd2avidg", "DVD2AVI", "", ""},
     {"DGIndex.exe", "new.dvd2avi", kProgramFolder, "DGIndex", "DVD2AVI", "", ""},
-    {"revpulldown.exe", "", kProgramFolder, "", "", "1.0.0.0", "revpulldown"},
+    {"revpulldown.exe", "", kProgramFolder, "revpulldown", "", "1.0.0.0", "revpulldown"},
     // The encoders. The CCE program's identity decides the list dialect:
     // 2.7 is run directly, a Basic build one list per asset, any other
     // version through EclCCE, which reads "EclCCE.ini" beside it.

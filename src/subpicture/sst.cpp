@@ -220,6 +220,9 @@ void EqualiseStreams(JobContext& job, VTS_Properties& domain, const std::string&
         }
     } catch (const Error& failure) {
         WLOG(job, failure.what());
+        // Where the disk lacked room for the frame the job stops, so that a
+        // resumption makes it again.
+        if (job.Files.FileExists(dummySource)) StopIfJobDiskLacks(job, job.Files.FileSize(dummySource));
     }
     std::string label = "Wide/Letter/Pan";
     if (aspect == "4:3") label = "Normal";

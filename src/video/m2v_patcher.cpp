@@ -112,8 +112,8 @@ public:
     StreamPatcher(platform::ByteReader& input, platform::ByteWriter& output, const M2vPatch& options)
         : input_(input), output_(output), options_(options) {
         buffer_.resize(2 * kReadChunk);
-        renumber_ = options.DropFrame.has_value() || options.FrameRateCode.has_value() ||
-                    options.Pulldown == PulldownChange::ThreeTwo;
+        telecine_ = options.Pulldown == PulldownChange::TwoThree || options.Pulldown == PulldownChange::ThreeTwo;
+        renumber_ = options.DropFrame.has_value() || options.FrameRateCode.has_value() || telecine_;
     }
 
     M2vPatchCounts Run();
@@ -143,6 +143,7 @@ private:
     platform::ByteReader& input_;
     platform::ByteWriter& output_;
     const M2vPatch& options_;
+    bool telecine_ = false;
     bool renumber_ = false;
     M2vPatchCounts counts_;
 
@@ -338,7 +339,7 @@ bool StreamPatcher::OnSequenceHeader() {
     inputRateCode_ = header.FrameRateCode;
     aspectCode_ = options_.AspectRatioCode.value_or(header.AspectRatioCode);
     rateCode_ = options_.FrameRateCode.value_or(header.FrameRateCode);
-    if (options_.Pulldown == PulldownChange::ThreeTwo) {
+    if (telecine_) {
         if (header.FrameRateCode != 1) {
             bits.Fail("gives the frame rate code " + std::to_string(header.FrameRateCode) +
                       "; 3:2 pulldown needs a 23.976 stream (code 1)");
@@ -395,7 +396,7 @@ bool StreamPatcher::OnSequenceExtension(HeaderBits& bits, std::vector<std::uint8
     width_ |= static_cast<std::int32_t>(extension.WidthExtension << 12);
     height_ |= static_cast<std::int32_t>(extension.HeightExtension << 12);
     progressiveSequence_ = extension.ProgressiveSequence;
-    if (options_.Pulldown == PulldownChange::ThreeTwo) {
+    if (telecine_) {
         if (extension.FrameRateExtensionN != 0 || extension.FrameRateExtensionD != 0) {
             bits.Fail("scales the frame rate by an extension; 3:2 pulldown needs a plain 23.976 stream");
         }
@@ -421,15 +422,17 @@ bool StreamPatcher::OnPictureCodingExtension(HeaderBits& bits, std::vector<std::
     const bool frame = extension.Structure == PictureStructure::Frame;
     bool topFieldFirst = extension.TopFieldFirst;
     bool repeatFirstField = extension.RepeatFirstField;
-    if (options_.Pulldown == PulldownChange::ThreeTwo) {
+    if (telecine_) {
         if (!frame || !extension.ProgressiveFrame) {
             Fail(pictureOffset_, std::string("the picture is ") + (frame ? "an interlaced frame" : "a field picture") +
                                      "; 3:2 pulldown needs progressive frame pictures");
         }
         if (!haveGroup_) Fail(pictureOffset_, "the picture precedes any group header; 3:2 pulldown needs them");
         // Display order within the stream, and with it the place in the
-        // cadence: top+repeat, bottom, bottom+repeat, top.
-        const std::int64_t phase = (framesBeforeGroup_ + temporalReference_) % 4;
+        // cadence: top+repeat, bottom, bottom+repeat, top; a cadence that
+        // starts with two fields starts at its fourth place.
+        const std::int64_t shift = options_.Pulldown == PulldownChange::TwoThree ? 3 : 0;
+        const std::int64_t phase = (framesBeforeGroup_ + temporalReference_ + shift) % 4;
         topFieldFirst = phase == 0 || phase == 3;
         repeatFirstField = phase == 0 || phase == 2;
     } else if (options_.Pulldown == PulldownChange::Remove) {
@@ -565,8 +568,9 @@ M2vPatchCounts PatchM2v(platform::ByteReader& input, platform::ByteWriter& outpu
     if (options.FrameRateCode && (*options.FrameRateCode < 1 || *options.FrameRateCode > 8)) {
         refuse("asks for the frame rate code " + std::to_string(*options.FrameRateCode) + "; expected 1 to 8");
     }
-    if (options.Pulldown == PulldownChange::ThreeTwo && options.FrameRateCode && *options.FrameRateCode != 4) {
-        refuse("asks for 3:2 pulldown at frame rate code " + std::to_string(*options.FrameRateCode) +
+    const bool telecine = options.Pulldown == PulldownChange::TwoThree || options.Pulldown == PulldownChange::ThreeTwo;
+    if (telecine && options.FrameRateCode && *options.FrameRateCode != 4) {
+        refuse("asks for soft pulldown at frame rate code " + std::to_string(*options.FrameRateCode) +
                "; pulldown makes 29.97 (code 4)");
     }
     return StreamPatcher(input, output, options).Run();

@@ -19,7 +19,11 @@ namespace kestrova {
 enum class PulldownChange : std::uint8_t {
     Keep,       // field flags as the encoder left them
     Remove,     // repeat_first_field cleared in every picture
-    ThreeTwo,   // 23.976 progressive made 29.97 by 3:2 soft pulldown
+    // 23.976 progressive frames made 29.97 by soft pulldown: the frames
+    // show 2 and 3 fields in turn, the first frame two (TwoThree) or three
+    // (ThreeTwo) of them.
+    TwoThree,
+    ThreeTwo,
 };
 
 enum class PanScanChange : std::uint8_t {

@@ -22,6 +22,7 @@ fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 bin=$work/bin
 mkdir -p "$bin"
 ln "$build/kestrova-cli" "$bin/" 2>/dev/null || cp "$build/kestrova-cli" "$bin/"
+cp -r "$build/new.avs" "$build"/PAL.bmp "$build"/NTSC.bmp "$build"/PAL.mpv "$build"/NTSC.mpv "$bin/"
 cat > "$bin/kestrova-standin" <<EOF
 #!/usr/bin/env bash
 if [ "\${1:-}" = --tool ] && [ -n "\${KILL_AT:-}" ]; then

@@ -22,7 +22,7 @@ mkdir -p "$work/home/jobs" "$work/bin" "$work/program"
 for file in kestrova-cli kestrova-standin; do
   ln "$build/$file" "$work/program/" 2> /dev/null || cp "$build/$file" "$work/program/"
 done
-cp -r "$build/new.avs" "$work/program/"
+cp -r "$build/new.avs" "$build"/PAL.bmp "$build"/NTSC.bmp "$build"/PAL.mpv "$build"/NTSC.mpv "$work/program/"
 before=$(ls "$work/program")
 ( cd "$work/home/jobs" && env -i HOME="$work/home" PATH=/usr/bin:/bin KESTROVA_DRIVES="D:=$disc@cdrom" \
     "$work/program/kestrova-cli" /STAR /DRIV=D /PATH="kestrova-out" /THRE=1000 /AVEB=6000 ) > "$work/recipe.out" 2>&1
@@ -46,7 +46,8 @@ listed() {  # what runs, why
 }
 listed "PgcDemux.exe: $build/kestrova-standin --tool PgcDemux" 'native equivalent'
 listed "vobtest.exe: $work/bin/recorder" KESTROVA_TOOL_OVERRIDES
-listed 'revpulldown.exe: nothing' 'passed over'
+listed "revpulldown.exe: $build/kestrova-standin --tool revpulldown" 'native equivalent'
+listed 'Muxman.exe: nothing' 'passed over'
 
 # 3. Bad settings: a message naming the entry, exit status 2, nothing made.
 bad() {  # name, message, environment...

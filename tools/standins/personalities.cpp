@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 25> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -18,6 +18,9 @@ constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
     {"program-folder", RunProgramFolder, false,
      "program-folder K:\\DIR  lays out the tools the pre-flight checks look for in the program folder DIR\n"
      "                       and writes the registry values naming their folders ($KESTROVA_REGISTRY)"},
+    {"program-data", RunProgramData, false,
+     "program-data K:\\DIR    writes the files the job finds beside the program into DIR: PAL.bmp, NTSC.bmp,\n"
+     "                       and with ffmpeg the dummy streams PAL.mpv and NTSC.mpv"},
     {"dvd2avirb", RunDvd2avi, true,
      "dvd2avirb -IA=1 -FO=0 -Cs=2 -YR=1 -TN=1 -IF=[M2V] -DRC=0 -OF=[OUT] -exit\n"
      "                       indexes M2V into OUT.d2v (DVD2AVI project) and OUT.log"},
@@ -60,6 +63,10 @@ constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
     {"vsconv", RunVsconv, false,
      "vsconv -f \"scenarist\" -i \"X.idx\" -o \"BASE\" -id N -kestrova  writes BASE.sst and one BMP per SPU\n"
      "                       of subpicture stream 0x20+N of X.idx and X.sub"},
+    {"revpulldown", RunRevPulldown, false,
+     "revpulldown IN OUT [-framerate R] [-aspect_ratio A] [-drop_frame true|false] [-nopulldown|-3_2]\n"
+     "                       [-ps_add|-ps_remove] [-ignoresequenceendcode] [-novif]  patches the flags of an\n"
+     "                       MPEG-2 video stream into OUT"},
     {"BitmapResize", RunBitmapResize, false,
      "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
 }};

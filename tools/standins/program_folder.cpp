@@ -1,12 +1,9 @@
-// Program folder layout: see program_folder.h. "program-folder K:\DIR" lays
-// out the folder DIR of the job's drives and writes the registry values
-// into the hive kestrova-cli reads ($KESTROVA_REGISTRY). The files are
-// small PE files; when one is run, the launcher's overrides from the same
-// table decide what runs in its place.
+// Program folder layout: see program_folder.h. The tools are small PE
+// files; when one is run, the launcher's overrides from the same table
+// decide what runs in its place.
 #include "program_folder.h"
 
 #include <charconv>
-#include <iostream>
 
 #include "indexed_bmp.h"
 #include "job/tool_table.h"
@@ -58,18 +55,13 @@ void LayOutTools(const platform::FileSystem& files, platform::Registry& registry
             registry.savestring(platform::RegistryRoot::CurrentUser, tool.Registry.Key, tool.Registry.Name, folder);
         }
     }
-    // The blank subpicture frames the job copies for a stream without pictures.
+    LayOutBlankFrames(files, programFolder);
+}
+
+void LayOutBlankFrames(const platform::FileSystem& files, const std::string& programFolder) {
     files.MakeFolder(programFolder);
     files.WriteText(programFolder + "\\PAL.bmp", BlankBmp(720, 576));
     files.WriteText(programFolder + "\\NTSC.bmp", BlankBmp(720, 480));
-}
-
-int RunProgramFolder(const Invocation& call) {
-    if (call.Arguments.size() != 1) throw Error("program-folder takes one folder, a drive path as K:\\PROGRAM");
-    platform::Registry registry(platform::Registry::DefaultHivePath());
-    if (const std::string note = registry.Load(); !note.empty()) std::cerr << call.Tool << ": " << note << "\n";
-    LayOutTools(platform::FileSystem(call.Paths), registry, call.Arguments[0]);
-    return 0;
 }
 
 }  // namespace kestrova::standin

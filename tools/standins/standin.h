@@ -61,10 +61,12 @@ std::vector<std::string> SplitArgumentText(const Invocation& call);
 long ParseNumber(const std::string& text, const char* what);
 
 int RunSleep(const Invocation& call);
+int RunRevPulldown(const Invocation& call);
 int RunTouch(const Invocation& call);
 int RunTree(const Invocation& call);
 int RunCopy(const Invocation& call);
 int RunProgramFolder(const Invocation& call);
+int RunProgramData(const Invocation& call);
 int RunDvd2avi(const Invocation& call);  // dvd2avirb, dvd2avidg and DGIndex
 int RunDvdDecrypter(const Invocation& call);
 int RunPgcDemux(const Invocation& call);
