@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 24> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -62,6 +62,9 @@ constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
      "                       of subpicture stream 0x20+N of X.idx and X.sub"},
     {"BitmapResize", RunBitmapResize, false,
      "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
+    {"QuantDump", RunQuantDump, true,
+     "QuantDump SOURCE DUMPFILE  writes the intra and non-intra quantiser matrices the MPEG video stream\n"
+     "                       SOURCE uses, each time they change, to DUMPFILE"},
 }};
 
 }  // namespace
