@@ -49,22 +49,15 @@ struct OpenPicture {
 
 class StreamScanner {
 public:
-    explicit StreamScanner(VideoByteReader& reader) : reader_(reader) {
-        buffer_.resize(2 * kReadChunk);
-        stream_.Name = reader.Name();
-    }
+    explicit StreamScanner(VideoByteReader& reader) : walker_(reader) { stream_.Name = reader.Name(); }
 
     VideoStream Run();
 
 private:
-    bool Fill(std::size_t wanted);
-    bool NextStartCode();
-    std::span<const std::uint8_t> HeaderBytes(std::size_t wanted);
-    HeaderBits Header(const char* name, std::size_t wanted);
-    std::string Where(std::uint64_t offset) const;
-    [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
+    std::uint8_t Code() const { return walker_.Code(); }
+    std::uint64_t CodeOffset() const { return walker_.CodeOffset(); }
+    [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const { walker_.Fail(offset, what); }
 
-    void FindStreamStart();
     void Dispatch();
     void ResolveSequenceKind(bool extensionFollows);
     void OnSequenceHeader();
@@ -83,14 +76,7 @@ private:
     std::int32_t MacroblockRows(PictureStructure structure) const;
     void FinishStream();
 
-    VideoByteReader& reader_;
-    std::vector<std::uint8_t> buffer_;
-    std::size_t scan_ = 0;      // next byte to look at
-    std::size_t end_ = 0;       // end of the bytes read
-    std::uint64_t base_ = 0;    // stream offset of buffer_[0]
-    bool eof_ = false;
-    std::uint8_t code_ = 0;
-    std::uint64_t codeOffset_ = 0;
+    StartCodeWalker walker_;
 
     VideoStream stream_;
     bool haveSequence_ = false;
@@ -103,152 +89,49 @@ private:
     bool groupAwaitsPicture_ = false;    // a group header with no picture yet
 };
 
-bool StreamScanner::Fill(std::size_t wanted) {
-    while (end_ - scan_ < wanted && !eof_) {
-        if (scan_ > 0) {
-            std::memmove(buffer_.data(), buffer_.data() + scan_, end_ - scan_);
-            base_ += scan_;
-            end_ -= scan_;
-            scan_ = 0;
-        }
-        if (buffer_.size() - end_ < kReadChunk) buffer_.resize(end_ + kReadChunk);
-        const std::size_t got = reader_.Read(std::span<std::uint8_t>(buffer_.data() + end_, buffer_.size() - end_));
-        if (got == 0) eof_ = true;
-        end_ += got;
-    }
-    return end_ - scan_ >= wanted;
-}
-
-bool StreamScanner::NextStartCode() {
-    while (true) {
-        if (!Fill(4)) {
-            scan_ = end_;
-            return false;
-        }
-        const std::uint8_t* data = buffer_.data();
-        // p walks the candidate 01 bytes; the code byte after it must be there too.
-        const std::uint8_t* p = data + scan_ + 2;
-        const std::uint8_t* const stop = data + end_ - 1;
-        while (p < stop) {
-            p = static_cast<const std::uint8_t*>(std::memchr(p, 1, static_cast<std::size_t>(stop - p)));
-            if (p == nullptr) break;
-            if (p[-1] == 0 && p[-2] == 0) {
-                const std::size_t at = static_cast<std::size_t>(p - 2 - data);
-                codeOffset_ = base_ + at;
-                code_ = p[1];
-                scan_ = at + 4;
-                return true;
-            }
-            ++p;
-        }
-        // Keep the last three bytes: they may begin a start code.
-        scan_ = end_ - 3;
-        if (eof_) {
-            scan_ = end_;
-            return false;
-        }
-    }
-}
-
-std::span<const std::uint8_t> StreamScanner::HeaderBytes(std::size_t wanted) {
-    Fill(wanted + 3);
-    const std::size_t limit = std::min(end_, scan_ + wanted + 3);
-    std::size_t length = std::min(wanted, end_ - scan_);
-    // A header ends where the next start code begins.
-    for (std::size_t at = scan_; at + 2 < limit; ++at) {
-        if (buffer_[at] == 0 && buffer_[at + 1] == 0 && buffer_[at + 2] == 1) {
-            length = std::min(length, at - scan_);
-            break;
-        }
-    }
-    return {buffer_.data() + scan_, length};
-}
-
-std::string StreamScanner::Where(std::uint64_t offset) const {
-    return "The MPEG video stream \"" + stream_.Name + "\" at offset " + std::to_string(offset);
-}
-
-void StreamScanner::Fail(std::uint64_t offset, const std::string& what) const {
-    throw Error(Where(offset) + ": " + what);
-}
-
-HeaderBits StreamScanner::Header(const char* name, std::size_t wanted) {
-    return HeaderBits(HeaderBytes(wanted), Where(codeOffset_), name);
-}
-
-void StreamScanner::FindStreamStart() {
-    // Zero bytes may stuff the stream before its first start code.
-    std::size_t zeros = 0;
-    while (true) {
-        if (!Fill(1)) {
-            Fail(base_ + scan_, zeros == 0
-                                    ? std::string("the stream is empty; expected an MPEG video elementary stream")
-                                    : "the stream holds nothing but zero bytes");
-        }
-        if (buffer_[scan_] != 0) break;
-        ++scan_;
-        ++zeros;
-    }
-    const std::uint64_t first = base_ + scan_;
-    if (zeros < 2 || buffer_[scan_] != 1 || !Fill(2)) {
-        Fail(first, "the stream does not begin with a start code; expected a sequence header (00 00 01 B3)");
-    }
-    codeOffset_ = base_ + scan_ - 2;
-    code_ = buffer_[scan_ + 1];
-    scan_ += 2;
-    if (code_ >= kFirstSystemStartCode) {
-        Fail(codeOffset_, "the stream begins with the system start code " + Hex2(code_) +
-                              ": it is a program stream; expected a video elementary stream");
-    }
-    if (code_ != kSequenceHeaderCode) {
-        Fail(codeOffset_, "the stream begins with the start code " + Hex2(code_) +
-                              "; expected a sequence header (00 00 01 B3)");
-    }
-}
-
 VideoStream StreamScanner::Run() {
-    FindStreamStart();
+    walker_.Begin();
     do {
         Dispatch();
-    } while (NextStartCode());
+    } while (walker_.Next());
     FinishStream();
     return std::move(stream_);
 }
 
 void StreamScanner::Dispatch() {
-    if (afterSequenceEnd_ && code_ != kSequenceHeaderCode) {
-        Fail(codeOffset_,
-             "the start code " + Hex2(code_) + " follows the sequence end code; expected a sequence header");
+    if (afterSequenceEnd_ && Code() != kSequenceHeaderCode) {
+        Fail(CodeOffset(),
+             "the start code " + Hex2(Code()) + " follows the sequence end code; expected a sequence header");
     }
     afterSequenceEnd_ = false;
-    if (sequenceExtensionDue_ && code_ != kExtensionStartCode) ResolveSequenceKind(false);
-    if (pictureExtensionDue_ && code_ != kExtensionStartCode) {
+    if (sequenceExtensionDue_ && Code() != kExtensionStartCode) ResolveSequenceKind(false);
+    if (pictureExtensionDue_ && Code() != kExtensionStartCode) {
         Fail(open_->Picture.Offset,
-             "the picture header is not followed by its picture coding extension (the start code " + Hex2(code_) +
-                 " at offset " + std::to_string(codeOffset_) + " comes first)");
+             "the picture header is not followed by its picture coding extension (the start code " + Hex2(Code()) +
+                 " at offset " + std::to_string(CodeOffset()) + " comes first)");
     }
 
-    if (code_ == kPictureStartCode) {
+    if (Code() == kPictureStartCode) {
         OnPicture();
-    } else if (code_ <= kLastSliceStartCode) {
+    } else if (Code() <= kLastSliceStartCode) {
         OnSlice();
-    } else if (code_ == kSequenceHeaderCode) {
+    } else if (Code() == kSequenceHeaderCode) {
         OnSequenceHeader();
-    } else if (code_ == kExtensionStartCode) {
+    } else if (Code() == kExtensionStartCode) {
         OnExtension();
-    } else if (code_ == kGroupStartCode) {
+    } else if (Code() == kGroupStartCode) {
         OnGroup();
-    } else if (code_ == kSequenceEndCode) {
+    } else if (Code() == kSequenceEndCode) {
         OnSequenceEnd();
-    } else if (code_ == kUserDataStartCode) {
+    } else if (Code() == kUserDataStartCode) {
         // User data (captions, encoder notes) says nothing about the pictures.
-    } else if (code_ == kSequenceErrorCode) {
-        Fail(codeOffset_, "the stream marks an error here (sequence error code 00 00 01 B4)");
-    } else if (code_ >= kFirstSystemStartCode) {
-        Fail(codeOffset_, "the system start code " + Hex2(code_) +
+    } else if (Code() == kSequenceErrorCode) {
+        Fail(CodeOffset(), "the stream marks an error here (sequence error code 00 00 01 B4)");
+    } else if (Code() >= kFirstSystemStartCode) {
+        Fail(CodeOffset(), "the system start code " + Hex2(Code()) +
                               " belongs to a program stream; expected a video elementary stream");
     } else {
-        Fail(codeOffset_, "the start code " + Hex2(code_) + " is reserved; the stream is garbled");
+        Fail(CodeOffset(), "the start code " + Hex2(Code()) + " is reserved; the stream is garbled");
     }
 }
 
@@ -265,19 +148,19 @@ void StreamScanner::ResolveSequenceKind(bool extensionFollows) {
         return;
     }
     if (stream_.Sequence.Mpeg2 && !extensionFollows) {
-        Fail(codeOffset_, "an MPEG-2 sequence header is not followed by its sequence extension (the start code " +
-                              Hex2(code_) + " comes first)");
+        Fail(CodeOffset(), "an MPEG-2 sequence header is not followed by its sequence extension (the start code " +
+                              Hex2(Code()) + " comes first)");
     }
     if (!stream_.Sequence.Mpeg2 && extensionFollows) {
-        Fail(codeOffset_, "a sequence extension appears in a stream that began as MPEG-1");
+        Fail(CodeOffset(), "a sequence extension appears in a stream that began as MPEG-1");
     }
 }
 
 void StreamScanner::OnSequenceHeader() {
     FinishPicture(false);
     RequireSecondField("a sequence header");
-    const std::uint64_t offset = codeOffset_;
-    HeaderBits bits = Header("sequence header", kSequenceHeaderMaxBytes);
+    const std::uint64_t offset = CodeOffset();
+    HeaderBits bits = walker_.Header("sequence header", kSequenceHeaderMaxBytes);
     SequenceHeader header = ReadSequenceHeader(bits);
     header.Offset = offset;
     if (!haveSequence_) {
@@ -294,23 +177,23 @@ void StreamScanner::OnSequenceHeader() {
 }
 
 void StreamScanner::OnExtension() {
-    HeaderBits bits = Header("extension", kShortHeaderMaxBytes);
+    HeaderBits bits = walker_.Header("extension", kShortHeaderMaxBytes);
     const std::uint32_t id = bits.Read(4);
     const bool sequenceExtensionDue = sequenceExtensionDue_;
     if (sequenceExtensionDue) ResolveSequenceKind(id == kSequenceExtensionId);
     if (pictureExtensionDue_ && id != kPictureCodingExtensionId) {
         Fail(open_->Picture.Offset, "the picture header is not followed by its picture coding extension (an extension "
                                     "with identifier " + std::to_string(id) + " at offset " +
-                                        std::to_string(codeOffset_) + " comes first)");
+                                        std::to_string(CodeOffset()) + " comes first)");
     }
     if (!stream_.Sequence.Mpeg2) return;  // MPEG-1 extension data carries nothing we read
     if (id == kSequenceExtensionId) {
-        if (!sequenceExtensionDue) Fail(codeOffset_, "a sequence extension does not follow a sequence header");
+        if (!sequenceExtensionDue) Fail(CodeOffset(), "a sequence extension does not follow a sequence header");
         OnSequenceExtension(bits);
     } else if (id == kSequenceDisplayExtensionId) {
         OnSequenceDisplayExtension(bits);
     } else if (id == kPictureCodingExtensionId) {
-        if (!pictureExtensionDue_) Fail(codeOffset_, "a picture coding extension does not follow a picture header");
+        if (!pictureExtensionDue_) Fail(CodeOffset(), "a picture coding extension does not follow a picture header");
         OnPictureCodingExtension(bits);
     }
 }
@@ -356,16 +239,16 @@ void StreamScanner::OnPictureCodingExtension(HeaderBits& bits) {
 }
 
 void StreamScanner::OnGroup() {
-    if (!haveSequence_) Fail(codeOffset_, "a group header comes before any sequence header");
+    if (!haveSequence_) Fail(CodeOffset(), "a group header comes before any sequence header");
     FinishPicture(false);
     RequireSecondField("a group header");
     if (groupAwaitsPicture_) {
         Fail(stream_.Groups.back().HeaderOffset, "the group of pictures holds no picture");
     }
-    HeaderBits bits = Header("group header", kShortHeaderMaxBytes);
+    HeaderBits bits = walker_.Header("group header", kShortHeaderMaxBytes);
     GroupOfPictures group;
-    group.HeaderOffset = codeOffset_;
-    group.Offset = sequenceBeforeNext_.value_or(codeOffset_);
+    group.HeaderOffset = CodeOffset();
+    group.Offset = sequenceBeforeNext_.value_or(CodeOffset());
     group.HasHeader = true;
     const GroupHeader header = ReadGroupHeader(bits);
     group.TimeCode = header.TimeCode;
@@ -378,11 +261,11 @@ void StreamScanner::OnGroup() {
 }
 
 void StreamScanner::OnPicture() {
-    if (!haveSequence_) Fail(codeOffset_, "a picture comes before any sequence header");
+    if (!haveSequence_) Fail(CodeOffset(), "a picture comes before any sequence header");
     FinishPicture(false);
-    HeaderBits bits = Header("picture header", kShortHeaderMaxBytes);
+    HeaderBits bits = walker_.Header("picture header", kShortHeaderMaxBytes);
     OpenPicture open;
-    open.Picture.Offset = codeOffset_;
+    open.Picture.Offset = CodeOffset();
     const PictureHeader header = ReadPictureHeader(bits, stream_.Sequence.Mpeg2);
     open.Picture.TemporalReference = header.TemporalReference;
     open.Picture.Type = header.Type;
@@ -401,15 +284,15 @@ std::int32_t StreamScanner::MacroblockRows(PictureStructure structure) const {
 }
 
 void StreamScanner::OnSlice() {
-    if (!open_) Fail(codeOffset_, "a slice (start code " + Hex2(code_) + ") lies outside any picture");
+    if (!open_) Fail(CodeOffset(), "a slice (start code " + Hex2(Code()) + ") lies outside any picture");
     sequenceBeforeNext_.reset();
     ++open_->Slices;
-    const std::int32_t row = code_;
+    const std::int32_t row = Code();
     open_->LastRow = std::max(open_->LastRow, row);
     if (stream_.Sequence.Height > kSliceRowLimitHeight) return;
     const std::int32_t rows = MacroblockRows(open_->Picture.Structure);
     if (row > rows) {
-        Fail(codeOffset_, "a slice lies at macroblock row " + std::to_string(row) + ", below the " +
+        Fail(CodeOffset(), "a slice lies at macroblock row " + std::to_string(row) + ", below the " +
                               std::to_string(rows) + " rows of the picture at offset " +
                               std::to_string(open_->Picture.Offset));
     }
@@ -511,7 +394,7 @@ void StreamScanner::FinishStream() {
         Fail(firstField_->Picture.Offset,
              "the stream ends after the first field of this picture; the file is cut short");
     }
-    stream_.Size = base_ + end_;
+    stream_.Size = walker_.Position();
     if (groupAwaitsPicture_) {
         Fail(stream_.Groups.back().HeaderOffset, "the stream ends after this group header; the file is cut short");
     }
@@ -539,18 +422,108 @@ void StreamScanner::FinishStream() {
     }
 }
 
-// Reads a host file through the platform's sequential reader.
-class FileVideoReader : public VideoByteReader {
-public:
-    explicit FileVideoReader(const std::string& hostPath) : file_(hostPath) {}
-    const std::string& Name() const override { return file_.Path(); }
-    std::size_t Read(std::span<std::uint8_t> buffer) override { return file_.Read(buffer); }
-
-private:
-    platform::EsFileReader file_;
-};
-
 }  // namespace
+
+StartCodeWalker::StartCodeWalker(VideoByteReader& reader) : reader_(reader) { buffer_.resize(2 * kReadChunk); }
+
+bool StartCodeWalker::Fill(std::size_t wanted) {
+    while (end_ - scan_ < wanted && !eof_) {
+        if (scan_ > 0) {
+            std::memmove(buffer_.data(), buffer_.data() + scan_, end_ - scan_);
+            base_ += scan_;
+            end_ -= scan_;
+            scan_ = 0;
+        }
+        if (buffer_.size() - end_ < kReadChunk) buffer_.resize(end_ + kReadChunk);
+        const std::size_t got = reader_.Read(std::span<std::uint8_t>(buffer_.data() + end_, buffer_.size() - end_));
+        if (got == 0) eof_ = true;
+        end_ += got;
+    }
+    return end_ - scan_ >= wanted;
+}
+
+bool StartCodeWalker::Next() {
+    while (true) {
+        if (!Fill(4)) {
+            scan_ = end_;
+            return false;
+        }
+        const std::uint8_t* data = buffer_.data();
+        // p walks the candidate 01 bytes; the code byte after it must be there too.
+        const std::uint8_t* p = data + scan_ + 2;
+        const std::uint8_t* const stop = data + end_ - 1;
+        while (p < stop) {
+            p = static_cast<const std::uint8_t*>(std::memchr(p, 1, static_cast<std::size_t>(stop - p)));
+            if (p == nullptr) break;
+            if (p[-1] == 0 && p[-2] == 0) {
+                const std::size_t at = static_cast<std::size_t>(p - 2 - data);
+                codeOffset_ = base_ + at;
+                code_ = p[1];
+                scan_ = at + 4;
+                return true;
+            }
+            ++p;
+        }
+        // Keep the last three bytes: they may begin a start code.
+        scan_ = end_ - 3;
+        if (eof_) {
+            scan_ = end_;
+            return false;
+        }
+    }
+}
+
+HeaderBits StartCodeWalker::Header(const char* name, std::size_t wanted) {
+    Fill(wanted + 3);
+    const std::size_t limit = std::min(end_, scan_ + wanted + 3);
+    std::size_t length = std::min(wanted, end_ - scan_);
+    // A header ends where the next start code begins.
+    for (std::size_t at = scan_; at + 2 < limit; ++at) {
+        if (buffer_[at] == 0 && buffer_[at + 1] == 0 && buffer_[at + 2] == 1) {
+            length = std::min(length, at - scan_);
+            break;
+        }
+    }
+    return HeaderBits(std::span<const std::uint8_t>(buffer_.data() + scan_, length), Where(codeOffset_), name);
+}
+
+std::string StartCodeWalker::Where(std::uint64_t offset) const {
+    return "The MPEG video stream \"" + reader_.Name() + "\" at offset " + std::to_string(offset);
+}
+
+void StartCodeWalker::Fail(std::uint64_t offset, const std::string& what) const {
+    throw Error(Where(offset) + ": " + what);
+}
+
+void StartCodeWalker::Begin() {
+    // Zero bytes may stuff the stream before its first start code.
+    std::size_t zeros = 0;
+    while (true) {
+        if (!Fill(1)) {
+            Fail(base_ + scan_, zeros == 0
+                                    ? std::string("the stream is empty; expected an MPEG video elementary stream")
+                                    : "the stream holds nothing but zero bytes");
+        }
+        if (buffer_[scan_] != 0) break;
+        ++scan_;
+        ++zeros;
+    }
+    const std::uint64_t first = base_ + scan_;
+    if (zeros < 2 || buffer_[scan_] != 1 || !Fill(2)) {
+        Fail(first, "the stream does not begin with a start code; expected a sequence header (00 00 01 B3)");
+    }
+    codeOffset_ = base_ + scan_ - 2;
+    code_ = buffer_[scan_ + 1];
+    scan_ += 2;
+    if (code_ >= kFirstSystemStartCode) {
+        Fail(codeOffset_, "the stream begins with the system start code " + Hex2(code_) +
+                              ": it is a program stream; expected a video elementary stream");
+    }
+    if (code_ != kSequenceHeaderCode) {
+        Fail(codeOffset_, "the stream begins with the start code " + Hex2(code_) +
+                              "; expected a sequence header (00 00 01 B3)");
+    }
+}
 
 GroupHeader ReadGroupHeader(HeaderBits& bits) {
     GroupHeader header;
@@ -622,6 +595,15 @@ PictureCodingExtension ReadPictureCodingExtension(HeaderBits& bits) {
     extension.ProgressiveFrame = bits.Flag();
     if (structure == 0) bits.Fail("has the reserved picture structure 0");
     extension.Structure = static_cast<PictureStructure>(structure);
+    return extension;
+}
+
+QuantMatrixExtension ReadQuantMatrixExtension(HeaderBits& bits) {
+    QuantMatrixExtension extension;
+    if (bits.Flag()) extension.Intra = ReadQuantiserMatrix(bits, "intra quantiser matrix");
+    if (bits.Flag()) extension.NonIntra = ReadQuantiserMatrix(bits, "non-intra quantiser matrix");
+    if (bits.Flag()) extension.ChromaIntra = ReadQuantiserMatrix(bits, "chroma intra quantiser matrix");
+    if (bits.Flag()) extension.ChromaNonIntra = ReadQuantiserMatrix(bits, "chroma non-intra quantiser matrix");
     return extension;
 }
 

@@ -5,16 +5,20 @@
 // lists every coded frame in decode order with its type and field flags,
 // the groups with their byte offsets, and the counts an indexing tool
 // reports. A stream that is cut short or garbled is refused with an Error
-// naming the file and the byte offset of the fault.
+// naming the file and the byte offset of the fault. Its start code walker
+// and header readers also serve readers that want only some headers (the
+// quantiser matrices of a stream).
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "frameserver/d2v_file.h"
 #include "frameserver/mpeg_header.h"
+#include "platform/es_file_reader.h"
 
 namespace kestrova {
 
@@ -40,6 +44,59 @@ private:
     std::string name_;
     std::span<const std::uint8_t> bytes_;
     std::size_t position_ = 0;
+};
+
+// Reads an elementary stream file on the host through the platform's
+// sequential reader.
+class FileVideoReader : public VideoByteReader {
+public:
+    explicit FileVideoReader(const std::string& hostPath) : file_(hostPath) {}
+    const std::string& Name() const override { return file_.Path(); }
+    std::size_t Read(std::span<std::uint8_t> buffer) override { return file_.Read(buffer); }
+
+private:
+    platform::EsFileReader file_;
+};
+
+// Walks the start codes (00 00 01 xx) of a stream front to back through a
+// window of bounded size, whatever the stream's length, and hands out the
+// bytes of the header after each one. Error sentences name the stream and
+// the byte offset.
+class StartCodeWalker {
+public:
+    explicit StartCodeWalker(VideoByteReader& reader);
+
+    // Steps onto the stream's first start code, after any zero stuffing.
+    // Throws Error when the stream is empty or begins with anything but a
+    // sequence header.
+    void Begin();
+    // Steps onto the next start code; false at the end of the stream.
+    bool Next();
+
+    // The byte after 00 00 01, and the offset of the 00 00 01.
+    std::uint8_t Code() const { return code_; }
+    std::uint64_t CodeOffset() const { return codeOffset_; }
+    // How far the walk has read: the stream's size once Next gave false.
+    std::uint64_t Position() const { return base_ + scan_; }
+
+    // The header after the start code in hand: at most `wanted` bytes,
+    // ending where the next start code begins.
+    HeaderBits Header(const char* name, std::size_t wanted);
+    // "The MPEG video stream "<name>" at offset <offset>".
+    std::string Where(std::uint64_t offset) const;
+    [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
+
+private:
+    bool Fill(std::size_t wanted);
+
+    VideoByteReader& reader_;
+    std::vector<std::uint8_t> buffer_;
+    std::size_t scan_ = 0;      // next byte to look at
+    std::size_t end_ = 0;       // end of the bytes read
+    std::uint64_t base_ = 0;    // stream offset of buffer_[0]
+    bool eof_ = false;
+    std::uint8_t code_ = 0;
+    std::uint64_t codeOffset_ = 0;
 };
 
 enum class PictureCodingType : std::uint8_t { I = 1, P = 2, B = 3, D = 4 };  // D: MPEG-1 only
@@ -88,9 +145,20 @@ struct PictureCodingExtension {
     bool ProgressiveFrame = true;
 };
 
+// The matrices a quant matrix extension (extension identifier 3) loads, in
+// raster order; empty for a kind it does not load. Until the next sequence
+// header they replace the ones in force.
+struct QuantMatrixExtension {
+    std::optional<QuantiserMatrix> Intra;
+    std::optional<QuantiserMatrix> NonIntra;
+    std::optional<QuantiserMatrix> ChromaIntra;     // 4:2:2 and 4:4:4 only
+    std::optional<QuantiserMatrix> ChromaNonIntra;  // 4:2:2 and 4:4:4 only
+};
+
 // Extension identifiers (the 4 bits after 00 00 01 B5).
 inline constexpr std::uint32_t kSequenceExtensionId = 1;
 inline constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
+inline constexpr std::uint32_t kQuantMatrixExtensionId = 3;
 inline constexpr std::uint32_t kPictureDisplayExtensionId = 7;
 inline constexpr std::uint32_t kPictureCodingExtensionId = 8;
 
@@ -101,6 +169,11 @@ GroupHeader ReadGroupHeader(HeaderBits& bits);
 PictureHeader ReadPictureHeader(HeaderBits& bits, bool mpeg2);
 SequenceExtension ReadSequenceExtension(HeaderBits& bits);
 PictureCodingExtension ReadPictureCodingExtension(HeaderBits& bits);
+QuantMatrixExtension ReadQuantMatrixExtension(HeaderBits& bits);
+
+// Bytes after the start code a quant matrix extension can take: the
+// identifier, four load flags and four matrices.
+inline constexpr std::size_t kQuantMatrixExtensionMaxBytes = (4 + 4 * (1 + 64 * 8) + 7) / 8;
 
 struct GroupOfPictures {
     // Where decoding of the group can start: the sequence header that

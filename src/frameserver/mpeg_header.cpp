@@ -27,16 +27,24 @@ std::uint32_t HeaderBits::Read(int count) {
     return value;
 }
 
-void HeaderBits::Skip(std::size_t count) {
-    for (; count > 32; count -= 32) Read(32);
-    Read(static_cast<int>(count));
-}
-
 void HeaderBits::Marker(const char* after) {
     if (Read(1) != 1) Fail(std::string("has a marker bit of 0 after its ") + after + "; expected 1");
 }
 
 void HeaderBits::Fail(const std::string& what) const { throw Error(where_ + ": the " + header_ + " " + what); }
+
+QuantiserMatrix ReadQuantiserMatrix(HeaderBits& bits, const char* name) {
+    QuantiserMatrix matrix{};
+    for (std::size_t coded = 0; coded < matrix.size(); ++coded) {
+        const auto value = static_cast<std::uint8_t>(bits.Read(8));
+        if (value == 0) {
+            bits.Fail(std::string("has the forbidden value 0 at position ") + std::to_string(coded) + " of its " +
+                      name + "; expected 1 to 255");
+        }
+        matrix[kZigzagScan[coded]] = value;
+    }
+    return matrix;
+}
 
 SequenceHeader ReadSequenceHeader(HeaderBits& bits) {
     SequenceHeader header;
@@ -48,8 +56,8 @@ SequenceHeader ReadSequenceHeader(HeaderBits& bits) {
     bits.Marker("bit rate");
     bits.Read(10);  // vbv_buffer_size_value
     bits.Read(1);   // constrained_parameters_flag
-    if (bits.Flag()) bits.Skip(64 * 8);  // intra_quantiser_matrix
-    if (bits.Flag()) bits.Skip(64 * 8);  // non_intra_quantiser_matrix
+    if (bits.Flag()) header.IntraQuantiserMatrix = ReadQuantiserMatrix(bits, "intra quantiser matrix");
+    if (bits.Flag()) header.NonIntraQuantiserMatrix = ReadQuantiserMatrix(bits, "non-intra quantiser matrix");
 
     if (header.Width == 0 || header.Height == 0) {
         bits.Fail("gives a picture size of " + std::to_string(header.Width) + "x" + std::to_string(header.Height) +

@@ -1,8 +1,9 @@
 // The sequence header of an MPEG-1/2 video stream (00 00 01 B3), read in one
-// place: the stream scanner, the aspect check of the asset stage and the
-// frame server's picture size all come here.
+// place: the stream scanner, the aspect check of the asset stage, the
+// frame server's picture size and the matrix dump all come here.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -28,7 +29,6 @@ public:
 
     std::uint32_t Read(int count);
     bool Flag() { return Read(1) != 0; }
-    void Skip(std::size_t count);
     void Marker(const char* after);
     [[noreturn]] void Fail(const std::string& what) const;
 
@@ -38,6 +38,22 @@ private:
     const char* header_;
     std::size_t position_ = 0;
 };
+
+// A quantiser matrix in raster order: row by row, 8 values a row.
+using QuantiserMatrix = std::array<std::uint8_t, 64>;
+
+// The raster position of each coefficient in the zigzag scan. Matrices are
+// coded in this order whatever scan the pictures use.
+inline constexpr std::array<std::uint8_t, 64> kZigzagScan = {
+    0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,   //
+    12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,  //
+    35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,  //
+    58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63,
+};
+
+// Reads the 64 values of one matrix as coded (zigzag order) into raster
+// order. Fails through `bits` for a value of 0, which the syntax forbids.
+QuantiserMatrix ReadQuantiserMatrix(HeaderBits& bits, const char* name);
 
 // A sequence header with the extensions the stream scanner adds.
 struct SequenceHeader {
@@ -54,10 +70,14 @@ struct SequenceHeader {
     bool ProgressiveSequence = true;   // MPEG-1 streams are progressive
     std::uint8_t ChromaFormat = 1;     // 1 4:2:0, 2 4:2:2, 3 4:4:4
     std::uint8_t MatrixCoefficients = 0;  // from the sequence display extension; 0 when it is absent
+    // The quantiser matrices this header loads; empty for a kind it leaves
+    // at the default (which a sequence header without a load restores).
+    std::optional<QuantiserMatrix> IntraQuantiserMatrix;
+    std::optional<QuantiserMatrix> NonIntraQuantiserMatrix;
 };
 
-// The fields after the start code, matrices skipped. Fails through `bits`
-// for a zero picture size, a forbidden aspect code or a reserved rate code.
+// The fields after the start code. Fails through `bits` for a zero picture
+// size, a forbidden aspect code, a reserved rate code or a matrix value of 0.
 SequenceHeader ReadSequenceHeader(HeaderBits& bits);
 
 // The first sequence header that starts in the first `searchBytes` bytes

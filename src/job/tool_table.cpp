@@ -40,6 +40,8 @@ constexpr OutsideTool kOutsideTools[] = {
     {"vsrip.exe", "", kProgramFolder, "vsrip", "VobSub Ripper Wizard", "", ""},
     {"vsconv.exe", "", kProgramFolder, "vsconv", "", "", ""},
     {"BitmapResize.exe", "", kProgramFolder, "BitmapResize", "", "", ""},
+    // The matrices of a source for the HC encoder.
+    {"QuantDump.exe", "", kProgramFolder, "QuantDump", "", "", ""},
 };
 
 }  // namespace

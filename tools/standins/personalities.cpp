@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 25> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 26> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -69,6 +69,9 @@ constexpr std::array<PersonalityEntry, 25> kPersonalities = {{
      "                       MPEG-2 video stream into OUT"},
     {"BitmapResize", RunBitmapResize, false,
      "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
+    {"QuantDump", RunQuantDump, true,
+     "QuantDump SOURCE DUMPFILE  writes the intra and non-intra quantiser matrices the MPEG video stream\n"
+     "                       SOURCE uses, each time they change, to DUMPFILE"},
 }};
 
 }  // namespace

@@ -85,5 +85,7 @@ int RunDelaycut(const Invocation& call);
 int RunVsrip(const Invocation& call);
 int RunVsconv(const Invocation& call);
 int RunBitmapResize(const Invocation& call);
+// The matrix dump of the HC encoder's original matrices (quant_dump.cpp).
+int RunQuantDump(const Invocation& call);
 
 }  // namespace kestrova::standin
