@@ -14,7 +14,10 @@ namespace kestrova {
 
 namespace {
 
-constexpr std::size_t kReadChunk = 256 * 1024;
+// Runs of bytes that pass unchanged go out as one write, which a file
+// writer hands to the system without copying when it is large enough.
+constexpr std::size_t kReadChunk = 1024 * 1024;
+constexpr std::size_t kNoRun = static_cast<std::size_t>(-1);
 
 // Start code values (the byte after 00 00 01).
 constexpr std::uint8_t kPictureStartCode = 0x00;
@@ -122,7 +125,15 @@ private:
     bool Fill(std::size_t wanted);
     bool Pass(bool keep);
     std::span<const std::uint8_t> Prefix(std::size_t wanted);
-    void Emit(std::span<const std::uint8_t> bytes) { output_.Write(bytes); }
+    // Bytes of the buffer from `from` to `to` go out as they stand, joined
+    // to the run before when they follow it.
+    void Keep(std::size_t from, std::size_t to);
+    void FlushRun();
+    // Bytes from elsewhere, after the run pending.
+    void Emit(std::span<const std::uint8_t> bytes) {
+        FlushRun();
+        output_.Write(bytes);
+    }
     void EmitStartCode();
     void EmitHeader(const std::vector<std::uint8_t>& payload);
     std::string Where(std::uint64_t offset) const;
@@ -151,6 +162,9 @@ private:
     std::size_t scan_ = 0;     // next byte to look at; all before it is written or dropped
     std::size_t end_ = 0;      // end of the bytes read
     std::uint64_t base_ = 0;   // stream offset of buffer_[0]
+    std::size_t runStart_ = kNoRun;  // the bytes of the buffer kept and not yet written
+    std::size_t runEnd_ = 0;
+    std::size_t codeAt_ = kNoRun;    // where in the buffer the start code in hand stands
     bool eof_ = false;
     std::uint8_t code_ = 0;
     std::uint64_t codeOffset_ = 0;
@@ -184,6 +198,8 @@ private:
 bool StreamPatcher::Fill(std::size_t wanted) {
     while (end_ - scan_ < wanted && !eof_) {
         if (scan_ > 0) {
+            FlushRun();
+            codeAt_ = kNoRun;
             std::memmove(buffer_.data(), buffer_.data() + scan_, end_ - scan_);
             base_ += scan_;
             end_ -= scan_;
@@ -206,7 +222,7 @@ bool StreamPatcher::Pass(bool keep) {
             if (left == 3 && buffer_[scan_] == 0 && buffer_[scan_ + 1] == 0 && buffer_[scan_ + 2] == 1) {
                 Fail(base_ + scan_, "the stream ends inside a start code; the file is cut short");
             }
-            if (keep) Emit({buffer_.data() + scan_, left});
+            if (keep) Keep(scan_, end_);
             scan_ = end_;
             return false;
         }
@@ -219,7 +235,8 @@ bool StreamPatcher::Pass(bool keep) {
             if (p == nullptr) break;
             if (p[-1] == 0 && p[-2] == 0) {
                 const std::size_t at = static_cast<std::size_t>(p - 2 - data);
-                if (keep) Emit({data + scan_, at - scan_});
+                if (keep) Keep(scan_, at);
+                codeAt_ = at;
                 codeOffset_ = base_ + at;
                 code_ = p[1];
                 scan_ = at + 4;
@@ -229,7 +246,7 @@ bool StreamPatcher::Pass(bool keep) {
         }
         // Keep the last three bytes: they may begin a start code.
         const std::size_t hold = end_ - 3;
-        if (keep) Emit({data + scan_, hold - scan_});
+        if (keep) Keep(scan_, hold);
         scan_ = hold;
     }
 }
@@ -249,16 +266,37 @@ std::span<const std::uint8_t> StreamPatcher::Prefix(std::size_t wanted) {
     return {buffer_.data() + scan_, length};
 }
 
+void StreamPatcher::Keep(std::size_t from, std::size_t to) {
+    if (runStart_ != kNoRun && runEnd_ == from) {
+        runEnd_ = to;
+        return;
+    }
+    FlushRun();
+    runStart_ = from;
+    runEnd_ = to;
+}
+
+void StreamPatcher::FlushRun() {
+    if (runStart_ == kNoRun) return;
+    output_.Write({buffer_.data() + runStart_, runEnd_ - runStart_});
+    runStart_ = kNoRun;
+}
+
 void StreamPatcher::EmitStartCode() {
+    if (codeAt_ != kNoRun && codeAt_ + 4 == scan_) {
+        Keep(codeAt_, scan_);  // still in the buffer, just before the header
+        return;
+    }
     const std::uint8_t startCode[] = {0, 0, 1, code_};
     Emit(startCode);
 }
 
 // Writes the start code in hand and a rewritten header in place of the
-// bytes it was read from.
+// bytes it was read from (the same number of them).
 void StreamPatcher::EmitHeader(const std::vector<std::uint8_t>& payload) {
     EmitStartCode();
-    Emit(payload);
+    std::memcpy(buffer_.data() + scan_, payload.data(), payload.size());
+    Keep(scan_, scan_ + payload.size());
     scan_ += payload.size();
 }
 
@@ -554,6 +592,7 @@ void StreamPatcher::Finish() {
         const std::uint8_t end[] = {0, 0, 1, kSequenceEndCode};
         Emit(end);
     }
+    FlushRun();
 }
 
 }  // namespace
