@@ -65,7 +65,9 @@ void WriteAVS(JobContext& job, const std::string& AvsPath, const std::string& Vi
 
 // Finishes a script: without a conversion the footer (progressive or
 // interlaced) and the completed mark are appended; with one the lines are
-// edited in place for the encoder's colour space and the field order.
+// edited in place for the encoder's colour space and the field order, and a
+// script that serves twice the DVD rate of its target (50 or 59.94) gets
+// "SelectEvery(2,0)" at its end.
 void CorrectAVS(JobContext& job, const std::string& AvsPath, std::int16_t Progressive, const std::string& Field);
 
 // Sets the field order and the encoder's interlace switch of the asset (the

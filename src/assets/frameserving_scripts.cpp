@@ -2,9 +2,12 @@
 // the list writer: see frameserving.h.
 #include "assets/frameserving.h"
 
+#include <cmath>
+
 #include "assets/asset_names.h"
 #include "assets/asset_support.h"
 #include "assets/d2v_analysis.h"
+#include "frameserver/avi_info.h"
 #include "job/log_writers.h"
 #include "platform/text.h"
 
@@ -74,6 +77,23 @@ void OnAsset(JobContext& job, std::int16_t VobId, std::int16_t CellId, Change ch
     }
 }
 
+// A DVD carries 25 or 29.97 frames a second. With the audio kept, the
+// conversion templates convert to the field rate (50 or 59.94) and make
+// interlaced frames of pairs of fields again; the film template has no
+// field steps, so its "ConvertFPS(50)" would reach the encoder at 50. A
+// script that serves twice the target's rate keeps every other frame: the
+// frames at the times the rate step would have chosen at the target rate,
+// progressive as a film source is encoded.
+void KeepToDvdRate(JobContext& job, const std::string& AvsPath) {
+    const AviFrames served = GetFrames(job, AvsPath, false);
+    if (!served.Error.empty()) return;  // left as it is: its encode fails and says why
+    const bool toNtsc = PalStandard(job);
+    if (std::fabs(served.Rate - (toNtsc ? 59.94 : 50)) > 0.01) return;
+    job.Files.AppendLine(AvsPath, "SelectEvery(2,0)");
+    WLOG(job, std::string("\tThe conversion script serves ") + (toNtsc ? "59.94" : "50") +
+                  " frames a second, which a DVD cannot carry: every other frame is kept");
+}
+
 }  // namespace
 
 void WriteAVS(JobContext& job, const std::string& AvsPath, const std::string& VideoType, const std::string& Name,
@@ -125,6 +145,7 @@ void CorrectAVS(JobContext& job, const std::string& AvsPath, std::int16_t Progre
         text += line + "\r\n";
     }
     job.Files.WriteText(AvsPath, text);
+    KeepToDvdRate(job, AvsPath);
 }
 
 void SetStreamFlags(JobContext& job, std::int16_t VobId, std::int16_t CellId) {

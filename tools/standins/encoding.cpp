@@ -35,7 +35,7 @@
 //   Crop                     crop=W:H:X:Y
 //   AddBorders               pad (black)
 //   *Resize(W,H)             scale=W:H with the kernel of the name
-//   AssumeFPS                the same frames retimed
+//   AssumeFPS                the same frames retimed (settb, setpts)
 //   ChangeFPS / ConvertFPS   fps / framerate (blending)
 //   SeparateFields, Weave    separatefields, weave
 //   SelectEvery(C,o...)      select of the frames with n mod C in the offsets
@@ -44,6 +44,9 @@
 //   Telecide                 fieldmatch
 //   FieldDeinterlace         yadif=deint=interlaced
 //   Decimate(mode=1)         nothing (the blend keeps every frame)
+//   ConvertToYUY2/YV12       nothing (the encoder takes 4:2:0 at the end)
+//   LoadPlugin, Import,      nothing (no step of the plan: the plugins' filters
+//   AddAudio                 are built in, and the audio is not the encoder's)
 // Every step that changes the rate is followed by a retiming to the rate
 // the frame server gives, so that the timestamps ffmpeg's filters go by
 // are the script's.
