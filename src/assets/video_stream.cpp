@@ -49,7 +49,8 @@ struct OpenPicture {
 
 class StreamScanner {
 public:
-    explicit StreamScanner(VideoByteReader& reader) : reader_(reader) {
+    StreamScanner(VideoByteReader& reader, const UserDataHandler& onUserData)
+        : reader_(reader), onUserData_(onUserData) {
         buffer_.resize(2 * kReadChunk);
         stream_.Name = reader.Name();
     }
@@ -76,6 +77,7 @@ private:
     void OnPicture();
     void OnSlice();
     void OnSequenceEnd();
+    void OnUserData();
     void FinishPicture(bool atEnd);
     void CommitPicture(const OpenPicture& open);
     void AddFrame(const VideoPicture& frame, const OpenPicture& open);
@@ -84,6 +86,7 @@ private:
     void FinishStream();
 
     VideoByteReader& reader_;
+    const UserDataHandler& onUserData_;
     std::vector<std::uint8_t> buffer_;
     std::size_t scan_ = 0;      // next byte to look at
     std::size_t end_ = 0;       // end of the bytes read
@@ -241,7 +244,7 @@ void StreamScanner::Dispatch() {
     } else if (code_ == kSequenceEndCode) {
         OnSequenceEnd();
     } else if (code_ == kUserDataStartCode) {
-        // User data (captions, encoder notes) says nothing about the pictures.
+        OnUserData();
     } else if (code_ == kSequenceErrorCode) {
         Fail(codeOffset_, "the stream marks an error here (sequence error code 00 00 01 B4)");
     } else if (code_ >= kFirstSystemStartCode) {
@@ -419,6 +422,23 @@ void StreamScanner::OnSequenceEnd() {
     FinishPicture(false);
     RequireSecondField("the sequence end code");
     afterSequenceEnd_ = true;
+}
+
+void StreamScanner::OnUserData() {
+    // User data says nothing about the pictures; it goes to whoever reads it.
+    if (!onUserData_) return;
+    UserData data;
+    data.Offset = codeOffset_;
+    if (open_ && open_->Slices == 0) {
+        data.Place = UserDataPlace::Picture;
+    } else if (groupAwaitsPicture_) {
+        data.Place = UserDataPlace::Group;
+    }
+    // A first field waits for its second, and a frame is committed when the
+    // next header comes: either way the frame's index is the count so far.
+    data.Picture = stream_.Pictures.size();
+    data.Bytes = HeaderBytes(kUserDataMaxBytes);
+    onUserData_(data);
 }
 
 void StreamScanner::RequireSecondField(const char* before) const {
@@ -632,7 +652,9 @@ std::size_t MemoryVideoReader::Read(std::span<std::uint8_t> buffer) {
     return count;
 }
 
-VideoStream ScanVideoStream(VideoByteReader& reader) { return StreamScanner(reader).Run(); }
+VideoStream ScanVideoStream(VideoByteReader& reader, const UserDataHandler& onUserData) {
+    return StreamScanner(reader, onUserData).Run();
+}
 
 VideoStream ScanVideoStreamFile(const std::string& hostPath) {
     FileVideoReader reader(hostPath);
