@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 24> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -60,6 +60,9 @@ constexpr std::array<PersonalityEntry, 23> kPersonalities = {{
     {"vsconv", RunVsconv, false,
      "vsconv -f \"scenarist\" -i \"X.idx\" -o \"BASE\" -id N -kestrova  writes BASE.sst and one BMP per SPU\n"
      "                       of subpicture stream 0x20+N of X.idx and X.sub"},
+    {"vobsub2scc", RunVobsub2scc, false,
+     "vobsub2scc X.sub.cc.raw  writes the line-21 captions of the raw caption file vsrip left (renamed) to\n"
+     "                       X.scc"},
     {"BitmapResize", RunBitmapResize, false,
      "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
 }};
