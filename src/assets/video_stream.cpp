@@ -49,7 +49,10 @@ struct OpenPicture {
 
 class StreamScanner {
 public:
-    explicit StreamScanner(VideoByteReader& reader) : walker_(reader) { stream_.Name = reader.Name(); }
+    StreamScanner(VideoByteReader& reader, const UserDataHandler& onUserData)
+        : walker_(reader), onUserData_(onUserData) {
+        stream_.Name = reader.Name();
+    }
 
     VideoStream Run();
 
@@ -69,6 +72,7 @@ private:
     void OnPicture();
     void OnSlice();
     void OnSequenceEnd();
+    void OnUserData();
     void FinishPicture(bool atEnd);
     void CommitPicture(const OpenPicture& open);
     void AddFrame(const VideoPicture& frame, const OpenPicture& open);
@@ -77,6 +81,7 @@ private:
     void FinishStream();
 
     StartCodeWalker walker_;
+    const UserDataHandler& onUserData_;
 
     VideoStream stream_;
     bool haveSequence_ = false;
@@ -124,7 +129,7 @@ void StreamScanner::Dispatch() {
     } else if (Code() == kSequenceEndCode) {
         OnSequenceEnd();
     } else if (Code() == kUserDataStartCode) {
-        // User data (captions, encoder notes) says nothing about the pictures.
+        OnUserData();
     } else if (Code() == kSequenceErrorCode) {
         Fail(CodeOffset(), "the stream marks an error here (sequence error code 00 00 01 B4)");
     } else if (Code() >= kFirstSystemStartCode) {
@@ -304,6 +309,23 @@ void StreamScanner::OnSequenceEnd() {
     afterSequenceEnd_ = true;
 }
 
+void StreamScanner::OnUserData() {
+    // User data says nothing about the pictures; it goes to whoever reads it.
+    if (!onUserData_) return;
+    UserData data;
+    data.Offset = CodeOffset();
+    if (open_ && open_->Slices == 0) {
+        data.Place = UserDataPlace::Picture;
+    } else if (groupAwaitsPicture_) {
+        data.Place = UserDataPlace::Group;
+    }
+    // A first field waits for its second, and a frame is committed when the
+    // next header comes: either way the frame's index is the count so far.
+    data.Picture = stream_.Pictures.size();
+    data.Bytes = walker_.HeaderBytes(kUserDataMaxBytes);
+    onUserData_(data);
+}
+
 void StreamScanner::RequireSecondField(const char* before) const {
     if (firstField_) {
         Fail(firstField_->Picture.Offset, std::string("the field picture has no second field before ") + before);
@@ -474,6 +496,10 @@ bool StartCodeWalker::Next() {
 }
 
 HeaderBits StartCodeWalker::Header(const char* name, std::size_t wanted) {
+    return HeaderBits(HeaderBytes(wanted), Where(codeOffset_), name);
+}
+
+std::span<const std::uint8_t> StartCodeWalker::HeaderBytes(std::size_t wanted) {
     Fill(wanted + 3);
     const std::size_t limit = std::min(end_, scan_ + wanted + 3);
     std::size_t length = std::min(wanted, end_ - scan_);
@@ -484,7 +510,7 @@ HeaderBits StartCodeWalker::Header(const char* name, std::size_t wanted) {
             break;
         }
     }
-    return HeaderBits(std::span<const std::uint8_t>(buffer_.data() + scan_, length), Where(codeOffset_), name);
+    return {buffer_.data() + scan_, length};
 }
 
 std::string StartCodeWalker::Where(std::uint64_t offset) const {
@@ -614,7 +640,9 @@ std::size_t MemoryVideoReader::Read(std::span<std::uint8_t> buffer) {
     return count;
 }
 
-VideoStream ScanVideoStream(VideoByteReader& reader) { return StreamScanner(reader).Run(); }
+VideoStream ScanVideoStream(VideoByteReader& reader, const UserDataHandler& onUserData) {
+    return StreamScanner(reader, onUserData).Run();
+}
 
 VideoStream ScanVideoStreamFile(const std::string& hostPath) {
     FileVideoReader reader(hostPath);

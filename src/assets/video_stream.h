@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -82,6 +83,8 @@ public:
     // The header after the start code in hand: at most `wanted` bytes,
     // ending where the next start code begins.
     HeaderBits Header(const char* name, std::size_t wanted);
+    // The same bytes, valid until the next step.
+    std::span<const std::uint8_t> HeaderBytes(std::size_t wanted);
     // "The MPEG video stream "<name>" at offset <offset>".
     std::string Where(std::uint64_t offset) const;
     [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
@@ -220,6 +223,29 @@ struct VideoStreamCounts {
     std::int64_t SequenceHeaders = 0;
 };
 
+// A user data block (00 00 01 B2): line-21 captions, encoder notes. Where
+// it stands tells what it belongs to: a sequence header, a group of
+// pictures, or one picture.
+enum class UserDataPlace : std::uint8_t { Sequence, Group, Picture };
+
+// User data longer than this is cut to it: captions take at most a few
+// hundred bytes, and the rest says nothing the scanner's readers use.
+inline constexpr std::size_t kUserDataMaxBytes = 1024;
+
+struct UserData {
+    std::uint64_t Offset = 0;  // of its start code
+    UserDataPlace Place = UserDataPlace::Sequence;
+    // The frame it precedes (Sequence, Group) or belongs to (Picture): an
+    // index into VideoStream::Pictures, equal to their count when no
+    // picture follows.
+    std::size_t Picture = 0;
+    std::span<const std::uint8_t> Bytes;  // behind the start code, up to the next start code
+};
+
+// Called for each user data block as the scan meets it; the bytes are
+// valid for the call only.
+using UserDataHandler = std::function<void(const UserData&)>;
+
 struct VideoStream {
     std::string Name;
     std::uint64_t Size = 0;          // bytes scanned
@@ -235,7 +261,8 @@ struct VideoStream {
 // short or holds a forbidden value, the headers come in an order the
 // syntax does not allow, a picture lacks slices (also the last one, when
 // the file is cut inside it), or the stream holds no picture.
-VideoStream ScanVideoStream(VideoByteReader& reader);
+// Each user data block goes to onUserData when one is given.
+VideoStream ScanVideoStream(VideoByteReader& reader, const UserDataHandler& onUserData = {});
 
 // Scans an elementary stream file on the host.
 VideoStream ScanVideoStreamFile(const std::string& hostPath);

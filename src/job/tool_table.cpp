@@ -39,6 +39,7 @@ constexpr OutsideTool kOutsideTools[] = {
     // The subpicture tools.
     {"vsrip.exe", "", kProgramFolder, "vsrip", "VobSub Ripper Wizard", "", ""},
     {"vsconv.exe", "", kProgramFolder, "vsconv", "", "", ""},
+    {"vobsub2scc.exe", "", kProgramFolder, "vobsub2scc", "", "", ""},
     {"BitmapResize.exe", "", kProgramFolder, "BitmapResize", "", "", ""},
     // The matrices of a source for the HC encoder.
     {"QuantDump.exe", "", kProgramFolder, "QuantDump", "", "", ""},

@@ -15,6 +15,7 @@
 #include "platform/error.h"
 #include "platform/text.h"
 #include "platform/trace.h"
+#include "subpicture/closed_captions.h"
 #include "subpicture/sst_support.h"
 
 namespace kestrova {
@@ -497,7 +498,7 @@ void ProcessSST(JobContext& job, std::int16_t pgcCount, std::int16_t streamCount
     }
 
     EqualiseStreams(job, domain, aspect);
-    if (job.Timing.VideoStandard == "NTSC" && job.Options().Conversion == 0) NotYetAvailable(job, "ProcessCC");
+    if (job.Timing.VideoStandard == "NTSC" && job.Options().Conversion == 0) ProcessCC(job, pgcCount);
 }
 
 }  // namespace kestrova

@@ -169,5 +169,26 @@ TEST(SubpictureDiscs, ButtonsComeFromTheNavPacksOfTheCellsHoldingTheirBitmaps) {
     }
 }
 
+// The caption disc's menu through the run: the captions of each of its two
+// "Video" VOB ids go to that VOB's file, timed from its start and two
+// frames later; the second VOB id starts 60 frames into the PGC.
+TEST(SubpictureDiscs, MenuCaptionsGoToTheFileOfTheirVob) {
+    test::PipelineFixture f("ntsc-menu-captions");
+    const VTS_Properties vmg = RunForVmg(f);
+    ASSERT_EQ(vmg.Vob_Id.Count(), 2u);
+    const std::string folder = "K:\\OUT\\D_VIDEO_TS\\SUBTITLES\\";
+    const std::string head = "Scenarist_SCC V1.0\r\n \r\n";
+    EXPECT_EQ(f.files.ReadText(folder + "001.scc"),
+              head + "00:00:00:02\t9420 9420 94ae 94ae 9452 9452 97a2 97a2 cb45 d354 524f d6c1 942f 942f\r\n \r\n" +
+                  "00:00:01:08\t942c 942c\r\n");
+    EXPECT_EQ(f.files.ReadText(folder + "002.scc"),
+              head + "00:00:00:20\t9420 9420 94ae 94ae 9452 9452 cd45 ced5 942f 942f\r\n");
+    for (std::size_t v = 1; v <= 2; ++v) {
+        EXPECT_EQ(vmg.Vob_Id.Item(v).Vob_Type, "Video");
+        EXPECT_EQ(vmg.Vob_Id.Item(v).Line_21_FilePath_1, folder + "00" + std::to_string(v) + ".scc");
+        EXPECT_EQ(vmg.Vob_Id.Item(v).Line_21_Switch_1, -1);
+    }
+}
+
 }  // namespace
 }  // namespace kestrova

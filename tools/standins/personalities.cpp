@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 26> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 27> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -67,6 +67,9 @@ constexpr std::array<PersonalityEntry, 26> kPersonalities = {{
      "revpulldown IN OUT [-framerate R] [-aspect_ratio A] [-drop_frame true|false] [-nopulldown|-3_2]\n"
      "                       [-ps_add|-ps_remove] [-ignoresequenceendcode] [-novif]  patches the flags of an\n"
      "                       MPEG-2 video stream into OUT"},
+    {"vobsub2scc", RunVobsub2scc, false,
+     "vobsub2scc X.sub.cc.raw  writes the line-21 captions of the raw caption file vsrip left (renamed) to\n"
+     "                       X.scc"},
     {"BitmapResize", RunBitmapResize, false,
      "BitmapResize IN.bmp OUT.bmp PAL2NTSC|NTSC2PAL  resizes the rows of an indexed BMP to the other standard"},
     {"QuantDump", RunQuantDump, true,

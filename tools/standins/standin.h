@@ -81,9 +81,10 @@ int RunRejig(const Invocation& call);
 int RunBeSweet(const Invocation& call);
 int RunSoftEncode(const Invocation& call);
 int RunDelaycut(const Invocation& call);
-// The subpicture tools (vsrip.cpp, vsconv.cpp, bitmap_resize.cpp).
+// The subpicture tools (vsrip.cpp, vsconv.cpp, vobsub2scc.cpp, bitmap_resize.cpp).
 int RunVsrip(const Invocation& call);
 int RunVsconv(const Invocation& call);
+int RunVobsub2scc(const Invocation& call);
 int RunBitmapResize(const Invocation& call);
 // The matrix dump of the HC encoder's original matrices (quant_dump.cpp).
 int RunQuantDump(const Invocation& call);

@@ -14,7 +14,9 @@
 //          start and marked "highlight: 1" when its VOBU's NAV pack carries
 //          buttons;
 //   B.bov  for list 1 only: every whole sector of the VOB, the input the
-//          button recovery reads.
+//          button recovery reads;
+//   B.cc.raw  for an NTSC PGC whose video shows line-21 captions: their
+//          field-1 pairs (line21.h).
 // tools/standins/README.md gives the grammar.
 #include <algorithm>
 #include <cinttypes>
@@ -26,6 +28,8 @@
 #include <vector>
 
 #include "assets/program_stream.h"
+#include "cell_sectors.h"
+#include "line21.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/stream_files.h"
@@ -164,90 +168,6 @@ RipPgc ReadPgc(const IfoBytes& ifo, std::size_t pgc) {
     }
     return result;
 }
-
-// Sector ranges of the VOB read one after the other as one stream: the
-// PGC's cells joined in cell order. Offsets in it are mapped back to the
-// cell and to the VOB's own offsets. The file is read forwards and opened
-// again when a cell lies before the one read last.
-class CellSectorReader final : public platform::ByteReader {
-public:
-    struct Range {
-        std::uint64_t First = 0;  // byte offsets in the VOB; End excluded
-        std::uint64_t End = 0;
-    };
-
-    CellSectorReader(const platform::PathSpace& paths, std::string vob, std::vector<Range> ranges, std::string name)
-        : paths_(paths), vob_(std::move(vob)), ranges_(std::move(ranges)), name_(std::move(name)) {}
-
-    std::size_t Read(std::span<std::uint8_t> into) override {
-        std::size_t placed = 0;
-        while (placed < into.size() && range_ < ranges_.size()) {
-            const Range& range = ranges_[range_];
-            if (inRange_ == range.End - range.First) {
-                ++range_;
-                inRange_ = 0;
-                continue;
-            }
-            MoveTo(range.First + inRange_);
-            const std::size_t want = static_cast<std::size_t>(
-                std::min<std::uint64_t>(into.size() - placed, range.End - range.First - inRange_));
-            const std::size_t got = file_->Read(into.subspan(placed, want));
-            if (got == 0) {
-                throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
-            }
-            placed += got;
-            inRange_ += got;
-            position_ += got;
-        }
-        return placed;
-    }
-
-    const std::string& Name() const override { return name_; }
-
-    // The range (cell) holding an offset of the joined stream, and the
-    // VOB's offset of that byte.
-    std::size_t RangeOf(std::uint64_t offset) const {
-        for (std::size_t i = 0; i < ranges_.size(); ++i) {
-            const std::uint64_t length = ranges_[i].End - ranges_[i].First;
-            if (offset < length) return i;
-            offset -= length;
-        }
-        return ranges_.size();
-    }
-    std::uint64_t VobOffsetOf(std::uint64_t offset) const {
-        for (const Range& range : ranges_) {
-            if (offset < range.End - range.First) return range.First + offset;
-            offset -= range.End - range.First;
-        }
-        return offset;
-    }
-
-private:
-    void MoveTo(std::uint64_t offset) {
-        if (!file_ || offset < position_) {
-            file_ = platform::OpenFileReader(paths_, vob_);
-            position_ = 0;
-        }
-        std::vector<std::uint8_t> skipped;
-        while (position_ < offset) {
-            skipped.resize(static_cast<std::size_t>(std::min<std::uint64_t>(offset - position_, 1 << 20)));
-            const std::size_t got = file_->Read(skipped);
-            if (got == 0) {
-                throw Error("vsrip: \"" + vob_ + "\" ended at byte " + std::to_string(position_) + " while being read");
-            }
-            position_ += got;
-        }
-    }
-
-    const platform::PathSpace& paths_;
-    std::string vob_;
-    std::vector<Range> ranges_;
-    std::string name_;
-    std::unique_ptr<platform::ByteReader> file_;
-    std::uint64_t position_ = 0;  // in the file
-    std::size_t range_ = 0;
-    std::uint64_t inRange_ = 0;
-};
 
 // A NAV pack of the PGC's sectors.
 struct NavPoint {
@@ -448,6 +368,15 @@ int RunVsrip(const Invocation& call) {
     }
     WriteJobFile(call, list.Base + ".idx", index);
     if (list.Pgc == 1) WriteSectorFile(call, vob, sectors, list.Base + ".bov");
+
+    // Line 21 exists only in 525-line video. The raw caption file is left
+    // only for a PGC that shows a caption, so the job passes the others over.
+    if (pgc.Ntsc) {
+        const std::vector<CaptionPair> pairs = ReadLine21(call, vob, ranges, joined);
+        if (std::any_of(pairs.begin(), pairs.end(), [](const CaptionPair& pair) { return !pair.IsNull(); })) {
+            files.WriteFileAtomic(list.Base + ".cc.raw", CaptionRecords(pairs));
+        }
+    }
     return 0;
 }
 
