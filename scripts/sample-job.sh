@@ -25,11 +25,12 @@ case $status in
   0) echo "The run is complete: every stage ran." ;;
   3) cat <<'TEXT'
 The run finished with stages passed over. This version reads the disc,
-checks and demultiplexes each menu VOB, types its VOBs, writes the frame
-serving scripts and re-encodes the menu video (D_*/NEW_M2V); it does not
-yet extract subpictures or buttons, convert audio, author, correct IFOs or
-hand over a new VIDEO_TS. The stages marked "passed over" in the summary
-above are those: no menu was re-authored.
+checks and demultiplexes each menu VOB, types its VOBs, rips and converts
+its subpictures, buttons and captions, converts its audio, writes the
+frame serving scripts, re-encodes the menu video and sets the streams'
+flags (D_*/NEW_M2V); it does not yet author, correct IFOs or hand over a
+new VIDEO_TS. The stages marked "passed over" in the summary above are
+those: no menu was re-authored.
 TEXT
     ;;
   *) echo "The run FAILED (exit status $status): see the summary above and the run log."
