@@ -128,6 +128,17 @@ TEST_F(UpdateMpv, APanScanCopyIsMadeInTwoRunsWithFreshExtensionsAndNoTemporaryLe
     EXPECT_EQ(static_cast<unsigned char>(bytes[7]) >> 4, 3);  // 16:9
 }
 
+TEST_F(UpdateMpv, RevpulldownRefusesASwitchItDoesNotKnowOrOneWithoutItsValue) {
+    KESTROVA_REQUIRE_FFMPEG();
+    const std::string source = "K:\\Job\\D_VTS_01_0\\DEMUXED\\001.m2v";
+    fs::copy_file(MpegTestStreams::Get().Progressive25(), Host(source));
+    for (const std::string switches : {" -ps_add -pulldown", " -drop_frame true -framerate"}) {
+        runner.ShellAndWait("K:\\Program\\revpulldown.exe " + source + " K:\\out.m2v" + switches, 0);
+        EXPECT_EQ(runner.History().back().ExitCode, 1) << switches;
+        EXPECT_FALSE(files.FileExists("K:\\out.m2v")) << switches;
+    }
+}
+
 TEST_F(UpdateMpv, VobStrippingWithoutAPreviewAppliesTheLastStripList) {
     job.Options().PreviewVOBS = 1;
     job.State().Root = "K:\\Job";
