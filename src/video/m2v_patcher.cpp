@@ -2,6 +2,9 @@
 #include "video/m2v_patcher.h"
 
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <vector>
 
 #include "assets/m2v_header.h"
@@ -53,6 +56,34 @@ namespace picture_coding_extension_bits {
 constexpr std::size_t kTopFieldFirst = 24;     // after the identifier, f_codes, intra_dc_precision, picture_structure
 constexpr std::size_t kRepeatFirstField = 30;  // after frame_pred_frame_dct .. alternate_scan
 }  // namespace picture_coding_extension_bits
+
+// The first byte 01 in [from, to) that follows two zero bytes (the bytes
+// before `from` count), or null. Slice data holds many 01 bytes and few
+// zero pairs, so sixteen bytes at a time are tested for the whole pattern.
+const std::uint8_t* FindStartCodeOne(const std::uint8_t* from, const std::uint8_t* to) {
+    const std::uint8_t* p = from;
+#if defined(__SSE2__)
+    if (to - p >= 16) {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i one = _mm_set1_epi8(1);
+        // Zero flags of the two bytes before the block, in bits 14 and 15.
+        std::uint32_t before = (p[-2] == 0 ? 1u << 14 : 0u) | (p[-1] == 0 ? 1u << 15 : 0u);
+        for (; to - p >= 16; p += 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            const auto zeros = static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero)));
+            const auto ones = static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, one)));
+            const std::uint32_t withBefore = (zeros << 16) | before;  // bit 16 + i: byte i is zero
+            const std::uint32_t hits = ones & (withBefore >> 15) & (withBefore >> 14);
+            if (hits != 0) return p + __builtin_ctz(hits);
+            before = zeros & 0xC000u;
+        }
+    }
+#endif
+    for (; p < to; ++p) {
+        if (*p == 1 && p[-1] == 0 && p[-2] == 0) return p;
+    }
+    return nullptr;
+}
 
 // Overwrites `count` bits from bit `first` (most significant first).
 void SetBits(std::vector<std::uint8_t>& bytes, std::size_t first, int count, std::uint32_t value) {
@@ -227,22 +258,16 @@ bool StreamPatcher::Pass(bool keep) {
             return false;
         }
         const std::uint8_t* data = buffer_.data();
-        // p walks the candidate 01 bytes; the code byte after it must be there too.
-        const std::uint8_t* p = data + scan_ + 2;
-        const std::uint8_t* const stop = data + end_ - 1;
-        while (p < stop) {
-            p = static_cast<const std::uint8_t*>(std::memchr(p, 1, static_cast<std::size_t>(stop - p)));
-            if (p == nullptr) break;
-            if (p[-1] == 0 && p[-2] == 0) {
-                const std::size_t at = static_cast<std::size_t>(p - 2 - data);
-                if (keep) Keep(scan_, at);
-                codeAt_ = at;
-                codeOffset_ = base_ + at;
-                code_ = p[1];
-                scan_ = at + 4;
-                return true;
-            }
-            ++p;
+        // The code byte after the 01 must be there too.
+        const std::uint8_t* const p = FindStartCodeOne(data + scan_ + 2, data + end_ - 1);
+        if (p != nullptr) {
+            const std::size_t at = static_cast<std::size_t>(p - 2 - data);
+            if (keep) Keep(scan_, at);
+            codeAt_ = at;
+            codeOffset_ = base_ + at;
+            code_ = p[1];
+            scan_ = at + 4;
+            return true;
         }
         // Keep the last three bytes: they may begin a start code.
         const std::size_t hold = end_ - 3;
