@@ -499,18 +499,22 @@ HeaderBits StartCodeWalker::Header(const char* name, std::size_t wanted) {
     return HeaderBits(HeaderBytes(wanted), Where(codeOffset_), name);
 }
 
-std::span<const std::uint8_t> StartCodeWalker::HeaderBytes(std::size_t wanted) {
-    Fill(wanted + 3);
-    const std::size_t limit = std::min(end_, scan_ + wanted + 3);
-    std::size_t length = std::min(wanted, end_ - scan_);
+std::span<const std::uint8_t> HeaderBefore(std::span<const std::uint8_t> bytes, std::size_t wanted) {
+    const std::size_t limit = std::min(bytes.size(), wanted + 3);
+    std::size_t length = std::min(wanted, bytes.size());
     // A header ends where the next start code begins.
-    for (std::size_t at = scan_; at + 2 < limit; ++at) {
-        if (buffer_[at] == 0 && buffer_[at + 1] == 0 && buffer_[at + 2] == 1) {
-            length = std::min(length, at - scan_);
+    for (std::size_t at = 0; at + 2 < limit; ++at) {
+        if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1) {
+            length = std::min(length, at);
             break;
         }
     }
-    return {buffer_.data() + scan_, length};
+    return bytes.first(length);
+}
+
+std::span<const std::uint8_t> StartCodeWalker::HeaderBytes(std::size_t wanted) {
+    Fill(wanted + 3);
+    return HeaderBefore({buffer_.data() + scan_, end_ - scan_}, wanted);
 }
 
 std::string StartCodeWalker::Where(std::uint64_t offset) const {

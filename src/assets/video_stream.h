@@ -63,6 +63,10 @@ private:
 // window of bounded size, whatever the stream's length, and hands out the
 // bytes of the header after each one. Error sentences name the stream and
 // the byte offset.
+// The bytes of a header that `bytes` begins with (those behind its start
+// code): at most `wanted`, ending where the next start code begins.
+std::span<const std::uint8_t> HeaderBefore(std::span<const std::uint8_t> bytes, std::size_t wanted);
+
 class StartCodeWalker {
 public:
     explicit StartCodeWalker(VideoByteReader& reader);

@@ -280,15 +280,7 @@ bool StreamPatcher::Pass(bool keep) {
 // start code begins.
 std::span<const std::uint8_t> StreamPatcher::Prefix(std::size_t wanted) {
     Fill(wanted + 3);
-    const std::size_t limit = std::min(end_, scan_ + wanted + 3);
-    std::size_t length = std::min(wanted, end_ - scan_);
-    for (std::size_t at = scan_; at + 2 < limit; ++at) {
-        if (buffer_[at] == 0 && buffer_[at + 1] == 0 && buffer_[at + 2] == 1) {
-            length = std::min(length, at - scan_);
-            break;
-        }
-    }
-    return {buffer_.data() + scan_, length};
+    return HeaderBefore({buffer_.data() + scan_, end_ - scan_}, wanted);
 }
 
 void StreamPatcher::Keep(std::size_t from, std::size_t to) {
