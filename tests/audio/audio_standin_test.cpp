@@ -241,9 +241,9 @@ std::vector<std::int16_t> Decoded(const AudioFixture& f, const std::string& name
 }
 
 // ac3fix on the job's unquoted line, in a folder with blanks: a frame with
-// a flipped byte, one whose sync word is gone and one cut short become
-// silent frames in their places, stray bytes between frames go, and every
-// other frame is copied as it was.
+// a flipped byte, one whose sync word is gone, one cut short and one of a
+// size that does not exist become silent frames in their places, stray
+// bytes between frames go, and every other frame is copied as it was.
 TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
     KESTROVA_REQUIRE_FFMPEG();
     AudioFixture f;
@@ -253,6 +253,7 @@ TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
     ASSERT_GT(frames.size(), 50u);
     const std::size_t size = frames[0].Size;
     std::string damaged = made;
+    damaged[frames[45].Offset + 4] |= 0x3F;  // frmsizecod 63: a frame size that does not exist
     damaged.insert(frames[41].Offset, "stray bytes");
     damaged.erase(frames[30].Offset + 300, size - 300);
     damaged[frames[20].Offset] ^= 0xFF;
@@ -280,7 +281,7 @@ TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
     };
     for (std::size_t i = 0; i < frames.size(); ++i) {
         EXPECT_TRUE(fixed[i].Crc1Ok && fixed[i].Crc2Ok) << "frame " << i;
-        if (i == 10 || i == 20 || i == 30) {
+        if (i == 10 || i == 20 || i == 30 || i == 45) {
             EXPECT_GT(loudest(tone, i), 1000) << "frame " << i;
             EXPECT_LT(loudest(repaired, i), 16) << "frame " << i << " is silent";
         } else {

@@ -11,7 +11,7 @@
 //   a frame failing a CRC, or of another format    one silent frame
 //   a frame lost between two frames the reader     one silent frame each
 //   kept: cut short, its header refused (a wrong
-//   frame size), or its sync word damaged
+//   frame size) or its sync word damaged
 //   any other byte between frames                  nothing
 //
 // so the repaired stream keeps the length of the stream it was. A silent
@@ -68,11 +68,11 @@ Ac3fixCall ReadAc3fixLine(const Invocation& call) {
 
 // Sorts the bytes between two frames the reader kept, handed in in order,
 // into frames of the stream that were lost and stray bytes:
-// - a lost frame begins at a sync word (0B 77) past the bytes of the lost
-//   frame before it, or inside them at a sync word whose header has the
-//   stream's rate and bitrate (two frames cut short one after the other);
-// - a stretch without a sync word that is a whole number of frames long
-//   holds frames whose sync words are damaged;
+// - a lost frame begins at each sync word (0B 77) whose header byte of
+//   fscod and frmsizecod has the stream's rate and bitrate: a frame cut
+//   short, or one whose CRCs cannot be reached;
+// - a stretch outside those frames that is a whole number of frames long
+//   holds frames whose sync word or header is damaged (a wrong frame size);
 // - any other byte is stray.
 class GapWalk {
 public:
@@ -85,45 +85,38 @@ public:
 
     void Add(std::span<const std::uint8_t> bytes) {
         pending_.insert(pending_.end(), bytes.begin(), bytes.end());
-        Walk(false);
+        std::size_t at = 0;
+        for (; at + kHeadBytes <= pending_.size(); ++at) {
+            const std::uint8_t* p = pending_.data() + at;
+            if (p[0] != 0x0B || p[1] != 0x77 || (p[4] >> 6) != model_.Fscod ||
+                (p[4] & 0x3F) / 2 != model_.Frmsizecod / 2) {
+                continue;
+            }
+            EndStretch(base_ + at);
+            ++lost_;
+            stretch_ = base_ + at + model_.Size;
+        }
+        pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
+        base_ += at;
     }
 
     // The frames lost in the bytes added since the last call.
     std::size_t Finish() {
-        Walk(true);
-        EndStretch(base_);
+        EndStretch(base_ + pending_.size());
         const std::size_t lost = lost_;
         *this = GapWalk(model_);
         return lost;
     }
 
 private:
-    // A sync word and the byte of fscod and frmsizecod behind crc1.
+    // A sync word, crc1, and the byte of fscod and frmsizecod.
     static constexpr std::size_t kHeadBytes = 5;
 
     std::uint32_t WordsAtRate(const Ac3FrameSize& size) const {
         return model_.Fscod == 0 ? size.Words48 : model_.Fscod == 1 ? size.Words44 : size.Words32;
     }
 
-    // Looks at each position whose header bytes are all there (at the end, at every one left).
-    void Walk(bool atEnd) {
-        std::size_t at = 0;
-        for (; at < pending_.size() && (atEnd || at + kHeadBytes <= pending_.size()); ++at) {
-            if (at + 1 >= pending_.size() || pending_[at] != 0x0B || pending_[at + 1] != 0x77) continue;
-            const std::uint64_t offset = base_ + at;
-            const bool ofStream = at + kHeadBytes <= pending_.size() && (pending_[at + 4] >> 6) == model_.Fscod &&
-                                  (pending_[at + 4] & 0x3F) / 2 == model_.Frmsizecod / 2;
-            if (offset < frameEnd_ && !ofStream) continue;
-            EndStretch(offset);
-            ++lost_;
-            frameEnd_ = offset + model_.Size;
-            stretch_ = frameEnd_;
-        }
-        pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
-        base_ += at;
-    }
-
-    // The stretch without a sync word from stretch_ ends at `offset`.
+    // The stretch from stretch_ to `offset` holds no frame start.
     void EndStretch(std::uint64_t offset) {
         if (offset <= stretch_) return;
         const std::uint64_t length = offset - stretch_;
@@ -136,8 +129,7 @@ private:
     std::uint32_t largest_ = 0;
     std::vector<std::uint8_t> pending_;  // bytes not yet looked at
     std::uint64_t base_ = 0;             // gap offset of pending_'s first byte
-    std::uint64_t frameEnd_ = 0;         // end of the last lost frame's bytes
-    std::uint64_t stretch_ = 0;          // start of the stretch without a sync word
+    std::uint64_t stretch_ = 0;          // where the stretch without a frame start began
     std::size_t lost_ = 0;
 };
 
@@ -151,14 +143,14 @@ std::string NoGoodFrame(const Ac3fixCall& line, const Ac3FrameList& source) {
     } else {
         why = "it is empty";
     }
-    return "\"" + line.In + "\" holds no good AC3 frame to model its silence on (" + why + "); nothing is written";
+    return "\"" + line.In + "\" holds no good AC3 frame to model its silence on (" + why + ")";
 }
 
 // Repairs IN into OUT; returns OUT.
 std::string Repair(const Invocation& call, const Ac3fixCall& line) {
     const platform::FileSystem files(call.Paths);
     if (platform::EqualsIgnoreCase(line.In, line.Out)) {
-        throw Error("ac3fix: \"" + line.In + "\" is both the file to repair and the file to write; it is only read");
+        throw Error("\"" + line.In + "\" is both the file to repair and the file to write; it is only read");
     }
     files.DeleteFile(line.Out);
     if (!files.FileExists(line.In)) throw Error("there is no AC3 file \"" + line.In + "\"");
