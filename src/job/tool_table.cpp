@@ -36,6 +36,7 @@ constexpr OutsideTool kOutsideTools[] = {
     {"BeSweet.exe", "AC3", kProgramFolder, "BeSweet", "", "", ""},
     {"Sftencdd.exe", "SoftEncode", kProgramFolder, "SoftEncode", "", "", ""},
     {"delaycut.exe", "AC3", kProgramFolder, "delaycut", "", "", ""},
+    {"ac3fix.exe", "AC3", kProgramFolder, "ac3fix", "", "", ""},
     // The subpicture tools.
     {"vsrip.exe", "", kProgramFolder, "vsrip", "VobSub Ripper Wizard", "", ""},
     {"vsconv.exe", "", kProgramFolder, "vsconv", "", "", ""},

@@ -229,6 +229,86 @@ TEST(AudioStandin, DelaycutCutsAndPadsWholeFramesAndSilencesADamagedOne) {
     EXPECT_LT(sound, 2 * lead);
 }
 
+// The samples of a stream as ffmpeg decodes them, 16-bit and interleaved.
+std::vector<std::int16_t> Decoded(const AudioFixture& f, const std::string& name) {
+    const std::string command = "ffmpeg -nostdin -loglevel error -y -i '" + f.temp.Host(kFolder + name) +
+                                "' -f s16le '" + f.temp.Host("decoded.raw") + "'";
+    if (std::system(command.c_str()) != 0) return {};
+    const std::string bytes = f.temp.Read("decoded.raw");
+    std::vector<std::int16_t> samples(bytes.size() / 2);
+    std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+    return samples;
+}
+
+// ac3fix on the job's unquoted line, in a folder with blanks: a frame with
+// a flipped byte, one whose sync word is gone, one cut short and one of a
+// size that does not exist become silent frames in their places, stray
+// bytes between frames go, and every other frame is copied as it was.
+TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
+    KESTROVA_REQUIRE_FFMPEG();
+    AudioFixture f;
+    const std::string in = f.Source("menu 1.ac3", "stereo", "-c:a ac3 -b:a 192k -f ac3");
+    const std::string made = f.temp.Read(kFolder + "menu 1.ac3");
+    const std::vector<Ac3Frame> frames = ReadAc3Frames(f.temp.Host(kFolder + "menu 1.ac3")).Frames;
+    ASSERT_GT(frames.size(), 50u);
+    const std::size_t size = frames[0].Size;
+    std::string damaged = made;
+    damaged[frames[45].Offset + 4] |= 0x3F;  // frmsizecod 63: a frame size that does not exist
+    damaged.insert(frames[41].Offset, "stray bytes");
+    damaged.erase(frames[30].Offset + 300, size - 300);
+    damaged[frames[20].Offset] ^= 0xFF;
+    damaged[frames[10].Offset + size / 2] ^= 0x5A;
+    f.temp.Write(kFolder + "menu 1.ac3", damaged);
+
+    ASSERT_EQ(f.Run("\"K:\\PROG\\AC3\\ac3fix.exe\" " + in + " " + kDrive + "menu 1.fix"), 0) << f.output;
+    const std::vector<Ac3Frame> fixed = ReadAc3Frames(f.temp.Host(kFolder + "menu 1.fix")).Frames;
+    ASSERT_EQ(fixed.size(), frames.size());
+    const std::string out = f.temp.Read(kFolder + "menu 1.fix");
+    EXPECT_EQ(out.size(), frames.size() * size) << "bytes besides the frames";
+    EXPECT_EQ(f.temp.Read(kFolder + "menu 1.ac3"), damaged) << "the source is left as it was";
+    f.temp.Write(kFolder + "made.ac3", made);
+    const std::vector<std::int16_t> tone = Decoded(f, "made.ac3");
+    const std::vector<std::int16_t> repaired = Decoded(f, "menu 1.fix");
+    ASSERT_EQ(repaired.size(), tone.size());
+    const auto loudest = [](const std::vector<std::int16_t>& samples, std::size_t frame) {
+        // Stereo samples of the frame's last five blocks: its first block
+        // overlaps the frame before.
+        int peak = 0;
+        for (std::size_t i = (frame * 1536 + 256) * 2; i < (frame + 1) * 1536 * 2; ++i) {
+            peak = std::max(peak, std::abs(static_cast<int>(samples[i])));
+        }
+        return peak;
+    };
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        EXPECT_TRUE(fixed[i].Crc1Ok && fixed[i].Crc2Ok) << "frame " << i;
+        if (i == 10 || i == 20 || i == 30 || i == 45) {
+            EXPECT_GT(loudest(tone, i), 1000) << "frame " << i;
+            EXPECT_LT(loudest(repaired, i), 16) << "frame " << i << " is silent";
+        } else {
+            EXPECT_EQ(out.compare(i * size, size, made, frames[i].Offset, size), 0) << "frame " << i << " is copied";
+        }
+    }
+}
+
+// A file without one good frame has nothing to model silence on: no
+// output, not even the older one, and a sentence that says so.
+TEST(AudioStandin, Ac3fixWritesNothingWithoutAGoodFrame) {
+    KESTROVA_REQUIRE_FFMPEG();
+    AudioFixture f;
+    const std::string in = f.Source("dead.ac3", "stereo", "-c:a ac3 -b:a 192k -f ac3");
+    std::string bytes = f.temp.Read(kFolder + "dead.ac3");
+    for (const Ac3Frame& frame : ReadAc3Frames(f.temp.Host(kFolder + "dead.ac3")).Frames) {
+        bytes[frame.Offset + frame.Size / 2] ^= 0x5A;
+    }
+    f.temp.Write(kFolder + "dead.ac3", bytes);
+    f.temp.Write(kFolder + "dead.fix", "an older result");
+    EXPECT_EQ(f.Run("K:\\PROG\\AC3\\ac3fix.exe " + in + " " + kDrive + "dead.fix"), 1);
+    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix"));
+    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix.partial"));
+    EXPECT_NE(f.output.find("holds no good AC3 frame"), std::string::npos) << f.output;
+    EXPECT_EQ(f.temp.Read(kFolder + "dead.ac3"), bytes);
+}
+
 // Calls that cannot be done leave no output and say why.
 TEST(AudioStandin, BadCallsLeaveNoOutputAndSayWhy) {
     KESTROVA_REQUIRE_FFMPEG();

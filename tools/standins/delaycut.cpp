@@ -31,8 +31,8 @@
 #include <string>
 #include <vector>
 
+#include "ac3_frames.h"
 #include "assets/audio_stream.h"
-#include "audio.h"
 #include "encoding.h"
 #include "platform/error.h"
 #include "platform/files.h"
@@ -94,107 +94,11 @@ DelaycutCall ReadDelaycutLine(const Invocation& call) {
     return line;
 }
 
-// Sample rates by fscod, and the layouts of acmod as the audio reader names them.
-constexpr long kSampleRates[] = {48000, 44100, 32000};
-constexpr const char* kLayouts[] = {"1+1", "1/0", "2/0", "3/0", "2/1", "3/1", "2/2", "3/2"};
-// The same channels as ffmpeg layouts, without and with LFE, in ffmpeg's
-// own channel order (LFE behind the front channels), the only order it
-// takes; dual mono has none.
-constexpr const char* kFfmpegLayouts[] = {"", "FC", "FL+FR", "FL+FR+FC", "FL+FR+BC", "FL+FR+FC+BC", "FL+FR+SL+SR",
-                                          "FL+FR+FC+SL+SR"};
-constexpr const char* kFfmpegLayoutsLfe[] = {"",         "FC+LFE",          "FL+FR+LFE",       "FL+FR+FC+LFE",
-                                             "FL+FR+LFE+BC", "FL+FR+FC+LFE+BC", "FL+FR+LFE+SL+SR", "FL+FR+FC+LFE+SL+SR"};
-
-long SampleRateOf(const Ac3Frame& frame) { return kSampleRates[frame.Fscod < 3 ? frame.Fscod : 0]; }
-
-// "48000 Hz, 192 kbit/s, 3/2+LFE, 768-byte frames".
-std::string FormatOf(const Ac3Frame& frame) {
-    return std::to_string(SampleRateOf(frame)) + " Hz, " + std::to_string(Ac3BitrateOfCode(frame.Frmsizecod)) +
-           " kbit/s, " + kLayouts[frame.Acmod & 7] + (frame.Lfe ? "+LFE" : "") + ", " + std::to_string(frame.Size) +
-           "-byte frames";
-}
-
-// Whether two frames share rate, bitrate and channels (44.1 kHz frames of
-// one bitrate differ in size by a padding word).
-bool SameStream(const Ac3Frame& a, const Ac3Frame& b) {
-    return a.Fscod == b.Fscod && a.Frmsizecod / 2 == b.Frmsizecod / 2 && a.Acmod == b.Acmod && a.Lfe == b.Lfe;
-}
-
-bool PassesCrcs(const Ac3Frame& frame) { return frame.Crc1Ok && frame.Crc2Ok; }
-
 // The whole frames that `ms` milliseconds come nearest to.
 std::size_t FrameCount(long ms, long sampleRate) {
     const double frameMs = 1536.0 * 1000.0 / static_cast<double>(sampleRate);
     return static_cast<std::size_t>(std::lround(std::fabs(static_cast<double>(ms)) / frameMs));
 }
-
-// One silent frame of the model frame's format, made by ffmpeg.
-std::vector<std::uint8_t> SilentFrame(const Invocation& call, const std::string& source, const Ac3Frame& model) {
-    const std::string cannot =
-        "ffmpeg cannot make a silent frame like those of \"" + source + "\" (" + FormatOf(model) + ")";
-    const std::string layout = (model.Lfe ? kFfmpegLayoutsLfe : kFfmpegLayouts)[model.Acmod & 7];
-    if (layout.empty()) throw Error(cannot + ": it encodes no dual mono (1+1)");
-    const std::string ffmpeg = RequireHostProgram("ffmpeg", "to make silent frames in the place of " + call.Tool);
-    const ScratchFolder scratch(call);
-    const std::string silence = scratch.Host() + "/silence.ac3";
-    const std::vector<std::string> command = {
-        ffmpeg, "-nostdin", "-loglevel", "error", "-y", "-f", "lavfi",
-        "-i", "anullsrc=r=" + std::to_string(SampleRateOf(model)) + ":cl=" + layout, "-t", "0.5",
-        "-c:a", "ac3", "-b:a", std::to_string(Ac3BitrateOfCode(model.Frmsizecod)) + "k", "-f", "ac3", silence};
-    if (const int status = RunHostProgram(call, command); status != 0) {
-        throw Error(cannot + ": it ended with exit status " + std::to_string(status));
-    }
-    const Ac3FrameList made = ReadAc3Frames(silence);
-    // From the middle out, away from the encoder's first and last frames.
-    const std::size_t count = made.Frames.size();
-    for (std::size_t step = 0; step < count; ++step) {
-        const std::size_t at = (count / 2 + step) % count;
-        const Ac3Frame& frame = made.Frames[at];
-        if (PassesCrcs(frame) && frame.Fscod == model.Fscod && frame.Frmsizecod == model.Frmsizecod &&
-            frame.Acmod == model.Acmod && frame.Lfe == model.Lfe && frame.Size == model.Size) {
-            const std::vector<std::uint8_t> bytes =
-                platform::FileSystem(call.Paths).ReadBytes(scratch.Drive() + "\\silence.ac3");
-            if (frame.Offset + frame.Size > bytes.size()) break;
-            const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(frame.Offset);
-            return {first, first + frame.Size};
-        }
-    }
-    throw Error(cannot + ": its frames are " + (count == 0 ? std::string("none") : FormatOf(made.Frames[count / 2])));
-}
-
-// The bytes of the source's frames, asked for in file order.
-class FrameSource {
-public:
-    FrameSource(const Invocation& call, const std::string& path)
-        : reader_(platform::OpenFileReader(call.Paths, path)), path_(path) {}
-
-    std::span<const std::uint8_t> Frame(const Ac3Frame& frame) {
-        if (frame.Offset < position_) throw Error("delaycut: the frames of \"" + path_ + "\" are out of order");
-        while (position_ < frame.Offset) {
-            bytes_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(frame.Offset - position_, 1 << 16)));
-            Take(bytes_.size(), frame);
-        }
-        bytes_.resize(frame.Size);
-        Take(frame.Size, frame);
-        return bytes_;
-    }
-
-private:
-    void Take(std::size_t count, const Ac3Frame& frame) {
-        const std::size_t got = reader_->Read({bytes_.data(), count});
-        position_ += got;
-        if (got < count) {
-            throw Error("\"" + path_ + "\" ends at byte " + std::to_string(position_) +
-                        ", before the end of its frame at byte " + std::to_string(frame.Offset) +
-                        "; it changed while it was cut");
-        }
-    }
-
-    std::unique_ptr<platform::ByteReader> reader_;
-    std::string path_;
-    std::vector<std::uint8_t> bytes_;
-    std::uint64_t position_ = 0;
-};
 
 // Cuts the source into its "_fixed.ac3" file; returns that file's path.
 std::string Cut(const Invocation& call, const DelaycutCall& line) {
@@ -244,7 +148,7 @@ std::string Cut(const Invocation& call, const DelaycutCall& line) {
         const std::unique_ptr<platform::ByteWriter> writer =
             platform::OpenFileWriter(call.Paths, partial, platform::WriteMode::Replace);
         for (std::size_t i = 0; i < leading; ++i) writer->Write(silent);
-        FrameSource bytes(call, line.Source);
+        Ac3FileBytes bytes(call, line.Source);
         for (const Ac3Frame& frame : kept) {
             const std::span<const std::uint8_t> read = bytes.Frame(frame);
             writer->Write(line.FixCrc && !PassesCrcs(frame) ? std::span<const std::uint8_t>(silent) : read);

@@ -8,7 +8,7 @@ namespace kestrova::standin {
 
 namespace {
 
-constexpr std::array<PersonalityEntry, 27> kPersonalities = {{
+constexpr std::array<PersonalityEntry, 28> kPersonalities = {{
     {"sleep", RunSleep, false, "sleep MS [FILE]      waits MS milliseconds, then writes FILE"},
     {"tree", RunTree, false,
      "tree LEVELS MS PIDFILE  appends its pid to the host file PIDFILE and runs \"tree LEVELS-1\" through\n"
@@ -57,6 +57,9 @@ constexpr std::array<PersonalityEntry, 27> kPersonalities = {{
      "delaycut [-start N] [-fixcrc silence] [-end N] \"X.AC3\"  copies the AC3 frames of X.AC3 into X_fixed.ac3:\n"
      "                       -start/-end N drop the whole frames of the first/last N ms (N < 0: add N ms of\n"
      "                       silent frames there); -fixcrc silence makes each frame failing a CRC silent (ffmpeg)"},
+    {"ac3fix", RunAc3fix, true,
+     "ac3fix IN OUT        copies the AC3 frames of IN into OUT, each damaged or lost frame made silent in the\n"
+     "                       format of the first good one (ffmpeg), the bytes between frames left out"},
     {"vsrip", RunVsrip, false,
      "vsrip \"PGC_<i>_para.lst\"  rips PGC i of the IFO the list names to B.sub and B.idx (B the list's base),\n"
      "                       and for PGC 1 every sector of the VOB beside the IFO to B.bov"},

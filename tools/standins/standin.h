@@ -77,10 +77,11 @@ int RunEclCce(const Invocation& call);   // the list through "EclCCE.ini"
 int RunQuEnc(const Invocation& call);
 int RunHcEncoder(const Invocation& call);
 int RunRejig(const Invocation& call);
-// The audio tools (besweet.cpp, soft_encode.cpp, delaycut.cpp).
+// The audio tools (besweet.cpp, soft_encode.cpp, delaycut.cpp, ac3fix.cpp).
 int RunBeSweet(const Invocation& call);
 int RunSoftEncode(const Invocation& call);
 int RunDelaycut(const Invocation& call);
+int RunAc3fix(const Invocation& call);
 // The subpicture tools (vsrip.cpp, vsconv.cpp, vobsub2scc.cpp, bitmap_resize.cpp).
 int RunVsrip(const Invocation& call);
 int RunVsconv(const Invocation& call);
