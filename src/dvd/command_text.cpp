@@ -258,7 +258,9 @@ private:
         // the others hold it in lo(b1).
         const bool wholeByteTarget = command_.Layout == CommandLayout::Braced && command_.Link.Type != LinkType::None;
         if (wholeByteTarget) command_.Unknowns.Condition = true;
-        if (!wholeByteTarget && command_.Target > 15) in_.FailAt(targetColumn_, "a general register number from 0 to 15");
+        if (!wholeByteTarget && command_.Target > 15) {
+            in_.FailAt(targetColumn_, "a general register number from 0 to 15");
+        }
     }
 
     // Op " GPRM" target ", " source.

@@ -113,14 +113,18 @@ enum class SetOperation { Unknown = 0, Mov, Swp, Add, Sub, Mul, Div, Mod, Rnd, A
 // One stream of SetSTN.
 struct StreamSetting {
     bool Changed = false;   // the part is in the text: the top bit of its byte
-    CommandOperand Stream;  // a GPRM (41), or the number as written (51: audio 1 to 16, subpicture 1 to 63, angle 0 to 15)
+    // A GPRM (41), or the number as written (51: audio 1 to 16, subpicture
+    // 1 to 63, angle 0 to 15).
+    CommandOperand Stream;
     bool Dummy = false;     // subpicture "Dummy"
     bool Display = false;   // subpicture ":ON"
 };
 
 // What the text cannot tell about the bytes it came from.
 struct CommandUnknowns {
-    bool Condition = false;   // a braced 4x to 7x text: the decoder drops their condition
+    // A braced text with a link and no condition shown, as 4x to 7x write
+    // theirs: the decoder drops their condition, if they had one.
+    bool Condition = false;
     bool Link = false;        // braced SetNVTMR: "LinkPGCN" of its TT_PGCN stands for whatever link it had
     bool Button = false;      // "RSM, button=0" behind a set: the button byte is not shown
     bool ResumeCell = false;  // "CallSS RSM=1" to FP_DOM or TitleMenu: the resume cell was 0 or 1
@@ -151,7 +155,9 @@ struct VmCommand {
     bool CounterMode = false;  // SetGPRMMD
 
     StreamSetting Audio, Subpicture, Angle;  // SetSTN
-    std::array<int, 2> Mix{};                // SetAMXMD by value: the byte of each channel, bits 4, 3, 2 its channels on
+    // SetAMXMD by value: the byte of each channel, bits 4, 3 and 2 set for
+    // channels 4, 3 and 2 on.
+    std::array<int, 2> Mix{};
 
     CommandUnknowns Unknowns;
 };

@@ -154,8 +154,7 @@ void ExpectFields(const VmCommand& c, const Fields& b) {
     case CommandKind::SetGPRMMD:
         EXPECT_EQ(c.Target, b.Lo(5));
         EXPECT_EQ(c.CounterMode, b.v[5] >= 128);
-        ExpectOperand(c.Source, immediate ? CommandOperand{Type::Immediate, b.Word(2)} : CommandOperand{Type::GPRM, b.Lo(3)},
-                      "source");
+        ExpectOperand(c.Source, {immediate ? Type::Immediate : Type::GPRM, immediate ? b.Word(2) : b.Lo(3)}, "source");
         break;
     case CommandKind::SetAMXMD:
         if (!immediate) ExpectOperand(c.Source, {Type::GPRM, b.v[5]}, "mix register");
