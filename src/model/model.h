@@ -320,6 +320,10 @@ struct VTS_Properties {
     std::int16_t Abort = 0;
     std::int16_t SubsPresent = 0;
     std::int16_t UpdateIfoForSubs = 0;
+    // "Default" once the script writer has put every PGC of the domain on
+    // the default palette (a shared cell with two palettes, or stripped
+    // subpictures); empty otherwise.
+    std::string VTS_Type;
 
     Collection<Language_Properties> Language;
     Collection<Video_Properties> Video;

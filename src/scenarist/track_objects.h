@@ -1,0 +1,28 @@
+// The track folder of a script: a track per piece of video a PGC plays,
+// with its audio, subpicture and highlight streams and its scenes, and the
+// dummy tracks standing in for title content and empty menu domains.
+#pragma once
+
+#include <string>
+
+#include "authoring/script_file.h"
+#include "job/context.h"
+#include "scenarist/script_run.h"
+
+namespace kestrova {
+
+// Writes "Object=Track Folder". Makes each domain's palettes consistent
+// first: it changes Palette_Number of PGCs and VTS_Type of a domain.
+void GenerateTrackData(JobContext& job, ScenaristRun& run, ScriptFile& file);
+// The dummy tracks; fills run.Titles.
+void GenerateDummyTrack(JobContext& job, ScenaristRun& run, ScriptFile& file);
+// The closing brace of a scene.
+void GenerateSceneExtra(ScriptFile& file);
+
+// The three button mode values of a highlight: "a, b" becomes "a/b".
+std::string ConvertButtonMode(const std::string& mode);
+// A button's Y on the authored picture: scaled by 1.2 when the job
+// converts between PAL and NTSC.
+int ConvertButtonY(const JobContext& job, int y);
+
+}  // namespace kestrova
