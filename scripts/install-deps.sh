@@ -7,8 +7,8 @@ packages=(
   build-essential cmake ninja-build pkg-config
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # The fixture discs are authored at test time, and libdvdread reads them
-  # as a second IFO reader beside Kestrova's own.
-  dvdauthor ffmpeg mjpegtools imagemagick libdvdread-dev
+  # as a second IFO reader beside Kestrova's own; libdvdnav walks their menus.
+  dvdauthor ffmpeg mjpegtools imagemagick libdvdread-dev libdvdnav-dev
   # The stand-in for the requantiser re-encodes with it.
   m2vrequantiser
 )
