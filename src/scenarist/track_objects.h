@@ -18,6 +18,11 @@ void GenerateTrackData(JobContext& job, ScenaristRun& run, ScriptFile& file);
 void GenerateDummyTrack(JobContext& job, ScenaristRun& run, ScriptFile& file);
 // The closing brace of a scene.
 void GenerateSceneExtra(ScriptFile& file);
+// An empty highlight play for a bitmap of a "Video" VOB that has none:
+// one button named `buttonName` on a tiny area, every colour 1, every
+// contrast 0 %. Writes nothing for a bitmap without a start time.
+void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile& file, const std::string& vobType,
+                            const BMP_Properties& bitmap, const std::string& buttonName);
 
 // The three button mode values of a highlight: "a, b" becomes "a/b".
 std::string ConvertButtonMode(const std::string& mode);
