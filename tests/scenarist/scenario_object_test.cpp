@@ -11,11 +11,10 @@
 namespace kestrova {
 namespace {
 
-// VMG: Video, language en with PGC 1 (a pre command, one program) and
-// PGC 2 quantity; outside the batch. VTS 1: language without a folder,
-// PGC 1 plays cells (1,1) (1,2) in program 1 and (1,1) again in program 2,
-// with two pre commands, a resume link and a button; PGC 2 is the root
-// menu. Its title 1 is reached up to chapter 2.
+// VMG (outside the batch): PGC 1 with a pre command and a program. VTS 1:
+// PGC 1 plays cells (1,1) (1,2, a dummy cell) then (1,1) again, with two
+// pre commands, a resume link and a button; PGC 2 is the root menu; title 1
+// is reached up to chapter 2.
 void BuildModel(JobContext& job, ScenaristRun& run) {
     job.State().ResumePGC = -1;
     job.State().StreamReduction = 1;
@@ -35,8 +34,6 @@ void BuildModel(JobContext& job, ScenaristRun& run) {
     played.CellId.Add().DummyCell = -1;
     auto& vob = vts.Vob_Id.Add();
     vob.Vob_Type = "Video";
-    vob.CELL_ID.Add();
-    vob.CELL_ID.Add();
     auto& details = vob.SUB_STREAM.Add().CELL_DETAILS;
     details.Add().bmp.Add().HIGHLIGHT_STREAM.Add().BUTTON_DETAILS.Add().Button_Action = "LinkCN 9, button=1";
     details.Add();
@@ -44,14 +41,12 @@ void BuildModel(JobContext& job, ScenaristRun& run) {
     auto& language = vts.Language.Add();
     language.PGC_Quantity = 2;
     auto& pgc = language.PGC_Number.Add();
-    pgc.PGC_Type = "0";
     pgc.GoUp_PGC = 65535;
     pgc.AudioStream1 = 1;
     pgc.Stream1_Wide_Uses_ID = 2;
     pgc.PRE_COMMANDS.Add({"SPECIAL_MENU_Root Menu", ""});
     pgc.PRE_COMMANDS.Add({"LinkCN 9, button=0", ""});
-    pgc.CELL_COMMAND.Add({"Nop", ""});
-    pgc.CELL_COMMAND.Add({"Nop", ""});
+    for (int k = 0; k < 2; ++k) pgc.CELL_COMMAND.Add({"Nop", ""});
     auto& program = pgc.PG.Add();
     program.cell_ref.Add({1, 1});
     program.cell_ref.Add({1, 2});
@@ -89,23 +84,20 @@ std::string Lines(std::initializer_list<std::pair<int, const char*>> lines) {
 void ExpectNested(const std::string& text) {
     std::vector<int> open;
     int previous = -1;
-    std::size_t number = 0;
-    for (std::size_t at = 0; at < text.size(); ++number) {
-        const std::size_t end = text.find("\r\n", at);
-        ASSERT_NE(end, std::string::npos) << "line " << number << " has no CR LF";
+    for (std::size_t at = 0, end = 0; at < text.size(); at = end + 2) {
+        end = text.find("\r\n", at);
+        ASSERT_NE(end, std::string::npos);
         const std::string line = text.substr(at, end - at);
-        at = end + 2;
         const auto depth = static_cast<int>(line.find_first_not_of('\t'));
         const std::string statement = line.substr(static_cast<std::size_t>(depth));
         if (statement == "{") {
-            ASSERT_EQ(depth, previous) << "line " << number;
+            ASSERT_EQ(depth, previous) << "at byte " << at;
             open.push_back(depth);
         } else if (statement == "}") {
-            ASSERT_FALSE(open.empty()) << "line " << number;
-            ASSERT_EQ(depth, open.back()) << "line " << number;
+            ASSERT_TRUE(!open.empty() && depth == open.back()) << "at byte " << at;
             open.pop_back();
         } else {
-            ASSERT_EQ(depth, open.empty() ? 0 : open.back() + 1) << "line " << number << ": " << statement;
+            ASSERT_EQ(depth, open.empty() ? 0 : open.back() + 1) << statement;
         }
         previous = depth;
     }
@@ -123,74 +115,46 @@ TEST(GenerateLayout, TheNavigationOfABatchAsObjectsAndActions) {
     const std::string& text = file.Text();
     ExpectNested(text);
 
-    // The VMG outside the batch: its PGC without commands or programs, and
-    // a dummy PGC, whose track its menu track list names.
-    EXPECT_NE(text.find(Lines({{5, "Item=PGC"}, {5, "{"}, {6, "Name=VID_en_P_1"}, {6, "Is Visible=Yes"},
-                               {6, "Left Point=120"}, {6, "Top Point=160"}, {6, "Pre Command=List"}, {6, "{"},
-                               {6, "}"}, {6, "Next PGC="}, {6, "Prev PGC="}, {6, "Goup PGC="},
-                               {6, "Menu ID=Title Menu"}, {6, "PG Playback Mode=Sequential Playback"},
-                               {6, "Repeat Times=0"}, {6, "PGC Still Time=0"}, {6, "Program List=List"}, {6, "{"},
-                               {6, "}"}, {5, "}"}, {5, "Item=PGC"}, {5, "{"}, {6, "Name=VID_en_P_2"},
-                               {6, "Is Visible=Yes"}, {6, "Left Point=240"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{2, "Menu Track List=Reference List"}, {2, "{"}, {3, "Item=VID_Dummy_Menu_t"},
-                               {2, "}"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{1, "VTS List=List"}, {1, "{"}, {2, "Item=VTS"}, {2, "{"}, {3, "Name=VTS_1"},
-                               {3, "Is Visible=Yes"}, {3, "Left Point=360"}})),
-              std::string::npos);
-
-    // The menu mark reaches the root menu's PGC; a cell that does not
-    // exist makes the command a Nop; GoUp 65535 is the resume PGC.
-    EXPECT_NE(text.find(Lines({{8, "Item=Command"}, {8, "{"}, {9, "Name=VTS_1_en_P_1_Pr_1"}, {9, "Is Visible=Yes"},
-                               {9, "Left Point=0"}, {9, "Top Point=0"}, {9, "Command=LinkPGCN 2"},
-                               {9, "To Action=VTS_1_en_P_2"}, {8, "}"}, {8, "Item=Command"}, {8, "{"},
-                               {9, "Name=VTS_1_en_P_1_Pr_2"}, {9, "Is Visible=Yes"}, {9, "Left Point=0"},
-                               {9, "Top Point=0"}, {9, "Command=Nop"}, {9, "To Action="}, {8, "}"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{7, "Goup PGC=_Resume_"}, {7, "Menu ID=No Menu"}})), std::string::npos);
-    EXPECT_NE(text.find(Lines({{1, "Resume PGC=Resume PGC"}, {1, "{"}, {2, "Name=_Resume_"}, {2, "Is Visible=No"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{9, "Stream Number=0"}, {9, "Decoding Stream Number #0=1"}})), std::string::npos);
-    EXPECT_NE(text.find(Lines({{9, "Decoding Stream Number for 4:3 #0=0"},
-                               {9, "Decoding Stream Number for Wide #0=1"}})),
-              std::string::npos);
-
-    // Cell (1,1) twice: the first and then the second use's values; the
-    // dummy cell between them shows the dummy scene.
-    EXPECT_NE(text.find(Lines({{11, "Seamless Flag=0"}, {11, "Access Restriction Flag=Permitted"},
-                               {11, "Cell Type=Not specified"}, {11, "Cell Still Time=5"}, {11, "Cell Command=1"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{11, "Linked Scene=VTS1_Dummy_Menu_t_scn"}, {11, "Menu List=List"}, {11, "{"},
-                               {11, "}"}, {11, "Seamless Flag=1"}, {11, "Access Restriction Flag=Permitted"},
-                               {11, "Cell Type=Not specified"}, {11, "Cell Still Time=0"}, {11, "Cell Command=0"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{10, "Item=Cell"}, {10, "{"}, {11, "Name=VTS_1_001_t_scn_1"}, {11, "Is Visible=Yes"},
-                               {11, "Left Point=600"}, {11, "Top Point=320"}, {11, "Linked Scene=VTS_1_001_t_scn_1"},
-                               {11, "Menu List=List"}, {11, "{"}, {12, "Item=Menu"}, {12, "{"},
-                               {13, "Name=VTS_1_001_t_scn_1_1_m"}, {13, "Is Visible=Yes"}, {13, "Left Point=600"},
-                               {13, "Top Point=400"}, {13, "Linked Highlight="}, {13, "Command List=List"}, {13, "{"},
-                               {14, "Item=Command"}, {14, "{"}, {15, "Name=VTS_1_001_t_scn_1_1_m_1"},
-                               {15, "Is Visible=Yes"}, {15, "Left Point=0"}, {15, "Top Point=0"},
-                               {15, "Command=LinkCN 9, button=1"}, {15, "To Action=ERROR"}, {14, "}"}, {13, "}"},
-                               {12, "}"}, {11, "}"}, {11, "Seamless Flag=0"}, {11, "Access Restriction Flag=Permitted"},
-                               {11, "Cell Type=Not specified"}, {11, "Cell Still Time=255"}, {11, "Cell Command=2"},
-                               {10, "}"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{3, "Menu Track List=Reference List"}, {3, "{"}, {4, "Item=VTS_1_001_t"},
-                               {4, "Item=VTS1_Dummy_Menu_t"}, {3, "}"}})),
-              std::string::npos);
-    ASSERT_GE(run.DummySceneLinked.size(), 3U);
-    EXPECT_TRUE(run.DummySceneLinked[2]);
-
-    // Title 1 as dummy programs up to chapter 2.
-    EXPECT_NE(text.find(Lines({{3, "Title Track List=Reference List"}, {3, "{"}, {4, "Item=Dummy_VTS_1_T_1_P_1_G_1"},
-                               {4, "Item=Dummy_VTS_1_T_1_P_1_G_2"}, {3, "}"}})),
-              std::string::npos);
-    EXPECT_NE(text.find(Lines({{5, "Part of Title=Reference List"}, {5, "{"}, {6, "Item=VTS_1_T_1_P_1_G_1"},
-                               {6, "Item=VTS_1_T_1_P_1_G_2"}, {5, "}"}, {4, "}"}, {3, "}"}, {2, "}"}, {1, "}"},
-                               {1, "Parental List=List"}, {1, "{"}, {1, "}"}, {0, "}"}})),
-              std::string::npos);
+    const std::string blocks[] = {
+        // The VMG outside the batch: a PGC without commands or programs,
+        // then a dummy PGC, whose track its menu track list names.
+        Lines({{6, "Left Point=120"}, {6, "Top Point=160"}, {6, "Pre Command=List"}, {6, "{"}, {6, "}"},
+               {6, "Next PGC="}, {6, "Prev PGC="}, {6, "Goup PGC="}, {6, "Menu ID=Title Menu"}}),
+        Lines({{6, "Name=VID_en_P_2"}, {6, "Is Visible=Yes"}, {6, "Left Point=240"}}),
+        Lines({{3, "Item=VID_Dummy_Menu_t"}, {2, "}"}}),
+        Lines({{1, "VTS List=List"}, {1, "{"}, {2, "Item=VTS"}, {2, "{"}, {3, "Name=VTS_1"}, {3, "Is Visible=Yes"},
+               {3, "Left Point=360"}}),
+        // The menu mark reaches the root menu's PGC; a cell that does not
+        // exist makes a pre command a Nop but stays on a button; GoUp 65535
+        // is the resume PGC.
+        Lines({{9, "Name=VTS_1_en_P_1_Pr_1"}, {9, "Is Visible=Yes"}, {9, "Left Point=0"}, {9, "Top Point=0"},
+               {9, "Command=LinkPGCN 2"}, {9, "To Action=VTS_1_en_P_2"}}),
+        Lines({{9, "Command=Nop"}, {9, "To Action="}, {8, "}"}, {7, "}"}, {7, "Post Command=List"}}),
+        Lines({{15, "Command=LinkCN 9, button=1"}, {15, "To Action=ERROR"}}),
+        Lines({{7, "Goup PGC=_Resume_"}, {7, "Menu ID=No Menu"}}),
+        Lines({{2, "Name=_Resume_"}, {2, "Is Visible=No"}}),
+        Lines({{9, "Decoding Stream Number for 4:3 #0=0"}, {9, "Decoding Stream Number for Wide #0=1"}}),
+        // Cell (1,1) twice takes the first and then the second use's values;
+        // the dummy cell between them shows the dummy scene.
+        Lines({{11, "Cell Still Time=5"}, {11, "Cell Command=1"}}),
+        Lines({{11, "Left Point=480"}, {11, "Top Point=320"}, {11, "Linked Scene=VTS1_Dummy_Menu_t_scn"},
+               {11, "Menu List=List"}, {11, "{"}, {11, "}"}, {11, "Seamless Flag=1"}}),
+        Lines({{11, "Cell Still Time=0"}, {11, "Cell Command=0"}}),
+        Lines({{11, "Left Point=600"}, {11, "Top Point=320"}, {11, "Linked Scene=VTS_1_001_t_scn_1"},
+               {11, "Menu List=List"}, {11, "{"}, {12, "Item=Menu"}, {12, "{"}, {13, "Name=VTS_1_001_t_scn_1_1_m"},
+               {13, "Is Visible=Yes"}, {13, "Left Point=600"}, {13, "Top Point=400"}}),
+        Lines({{11, "Seamless Flag=0"}, {11, "Access Restriction Flag=Permitted"}, {11, "Cell Type=Not specified"},
+               {11, "Cell Still Time=255"}, {11, "Cell Command=2"}, {10, "}"}}),
+        Lines({{4, "Item=VTS_1_001_t"}, {4, "Item=VTS1_Dummy_Menu_t"}, {3, "}"}}),
+        // Title 1 as dummy programs up to chapter 2.
+        Lines({{3, "{"}, {4, "Item=Dummy_VTS_1_T_1_P_1_G_1"}, {4, "Item=Dummy_VTS_1_T_1_P_1_G_2"}, {3, "}"}}),
+        Lines({{5, "Part of Title=Reference List"}, {5, "{"}, {6, "Item=VTS_1_T_1_P_1_G_1"},
+               {6, "Item=VTS_1_T_1_P_1_G_2"}, {5, "}"}, {4, "}"}, {3, "}"}, {2, "}"}, {1, "}"},
+               {1, "Parental List=List"}, {1, "{"}, {1, "}"}, {0, "}"}}),
+    };
+    for (const std::string& block : blocks) EXPECT_NE(text.find(block), std::string::npos) << block;
+    EXPECT_EQ(text.find("Name=VM_en_P_1_Pr_1"), std::string::npos);
+    EXPECT_TRUE(run.DummySceneLinked.at(2));
 
     const std::string log = f.temp.Read("Kestrova.LOG");
     for (const char* line :
