@@ -17,6 +17,17 @@ std::string Dec(std::int64_t value) { return std::to_string(value); }
 
 bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
 
+// The piece at a 0-based position of a text split at a separator; the
+// empty text past the last piece.
+std::string_view SplitPiece(std::string_view text, std::string_view separator, std::size_t index) {
+    for (std::size_t at = 0;; --index) {
+        const std::size_t next = text.find(separator, at);
+        if (index == 0) return text.substr(at, next == std::string_view::npos ? std::string_view::npos : next - at);
+        if (next == std::string_view::npos) return {};
+        at = next + separator.size();
+    }
+}
+
 // The number behind a marker, cut at the next separator (the whole rest
 // without one); 0 when the marker is not in the text.
 int NumberBehind(std::string_view text, std::string_view marker, std::string_view separator) {
@@ -76,7 +87,7 @@ TitleArray GetTitleArray(JobContext& job) {
         }
     }
     const auto logRows = [&](bool withPlace) {
-        for (std::size_t r = 1; r < table.Rows.size(); ++r) {
+        for (std::size_t r = 0; r < table.Rows.size(); ++r) {
             const auto& row = table.Rows[r];
             std::string line = "Title = " + Dec(static_cast<std::int64_t>(r)) + " ; VTS# = " +
                                Dec(row[TitleArray::Vts]) + " ; TTN# = " + Dec(row[TitleArray::Ttn]) +
@@ -142,6 +153,13 @@ int GetMenuType(const JobContext& job, int entry, int languageIndex, std::string
     return 0;
 }
 
+std::string RewriteSpecial(const JobContext& job, std::string_view command, int entry, int languageIndex) {
+    const std::size_t at = command.find("SPECIAL");
+    if (at == std::string_view::npos) return std::string(command);
+    const std::string_view menu = SplitPiece(command, "_", 2);
+    return std::string(command.substr(0, at)) + "LinkPGCN " + Dec(GetMenuType(job, entry, languageIndex, menu));
+}
+
 namespace {
 
 // The n-th cell of the caller's PGC, counted over its programs.
@@ -165,31 +183,23 @@ std::string TitleTarget(const JobContext& job, int n) {
     for (std::size_t e = 1; e <= job.TitleMap.Count(); ++e) {
         const auto& titles = job.TitleMap.Item(e).TITLES;
         for (std::size_t t = 1; t <= titles.Count(); ++t) {
-            if (++counted == n) return "VTS_" + Dec(static_cast<std::int64_t>(e)) + "_T_" + Dec(static_cast<std::int64_t>(t));
+            if (++counted == n) {
+                return "VTS_" + Dec(static_cast<std::int64_t>(e)) + "_T_" + Dec(static_cast<std::int64_t>(t));
+            }
         }
     }
     return "";
 }
 
 std::string ChapterTarget(JobContext& job, std::string_view command, int entry) {
-    const int chapter = NumberBehind(command, "JumpVTS_PTT ptt_", " ");
-    // The third blank-separated piece, "vts_ttn_t", holds the title in its
-    // third "_" part.
-    std::vector<std::string_view> pieces;
-    for (std::size_t at = 0; at <= command.size();) {
-        const std::size_t blank = command.find(' ', at);
-        pieces.push_back(command.substr(at, blank == std::string_view::npos ? std::string_view::npos : blank - at));
-        if (blank == std::string_view::npos) break;
-        at = blank + 1;
-    }
-    int title = 0;
-    if (pieces.size() >= 3) {
-        std::string_view piece = pieces[2];
-        for (int part = 0; part < 2 && piece.find('_') != std::string_view::npos; ++part) {
-            piece = piece.substr(piece.find('_') + 1);
-        }
-        title = static_cast<int>(platform::LeadingWholeNumber(piece.substr(0, piece.find('_'))));
-    }
+    // Behind the marker stands "n @ vts_ttn_t": the chapter, and in the
+    // third blank-separated piece the title as its third "_" part.
+    constexpr std::string_view marker = "JumpVTS_PTT ptt_";
+    const int chapter = NumberBehind(command, marker, " ");
+    const std::size_t at = command.find(marker);
+    const std::string_view rest =
+        at == std::string_view::npos ? std::string_view() : command.substr(at + marker.size());
+    const int title = static_cast<int>(platform::LeadingWholeNumber(SplitPiece(SplitPiece(rest, " ", 2), "_", 2)));
     const int set = entry - 1;
     if (InRange(job.TitleMap.Count(), set)) {
         const auto& titles = job.TitleMap.Item(static_cast<std::size_t>(set)).TITLES;
@@ -318,13 +328,9 @@ std::string CorrectTime(const JobContext& job, std::string_view time, std::strin
                     retime(conversion ? unconverted : base, true, true);
                 }
             } else if (kind == "D") {
-                // A whole minute (seconds and frames 00) stands, whatever
-                // separator the time carries.
-                const bool wholeMinute = t.size() >= 5 && t.compare(t.size() - 5, 2, "00") == 0 &&
-                                         t.compare(t.size() - 2, 2, "00") == 0;
                 if (conversion) {
                     retime(unconverted, false, true);
-                } else if (!wholeMinute && SubMin(t) % 10 > 0) {
+                } else if (!t.ends_with("00:00") && SubMin(t) % 10 > 0) {
                     retime(base, true, true);
                 }
             } else {

@@ -53,6 +53,13 @@ std::string ConvertMenuId(const JobContext& job, int code);
 // or 0.
 int GetMenuType(const JobContext& job, int entry, int languageIndex, std::string_view menuName);
 
+// A command that names a menu of the title set rather than a PGC (the
+// "SPECIAL_MENU_Root Menu" mark, perhaps behind a condition) as a link to
+// the first PGC of the language unit with that menu type: "LinkPGCN " and
+// its number (0 when none has it), the text in front of the mark kept. Any
+// other text comes back as it stands.
+std::string RewriteSpecial(const JobContext& job, std::string_view command, int entry, int languageIndex);
+
 // The name of the object a command's text points at, in the caller's
 // domain (`entry` of DiscModel), language unit and PGC: the empty text for
 // a command without a target, "ERROR" for a target that names nothing.
