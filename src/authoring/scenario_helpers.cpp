@@ -295,6 +295,9 @@ std::string CorrectTime(const JobContext& job, std::string_view time, std::strin
     const bool conversion = base.Conversion == 1;
     const bool convertAudio = job.Temp_Settings.Count() > 0 && job.Temp_Settings.Item(1).ConvertAudio != 0;
     std::string t(time);
+    // A time the model never got (an empty or cut text) has no fields to
+    // correct: it is written as it stands, for the script's reader to name.
+    if (t.size() < 10) return t;
     const auto retime = [&](const TimeBase& with, bool dropIn, bool dropOut) {
         t = ConvertFrame2Time(with, SST2Frames(with, t, dropIn, false, 30), dropOut, 30);
     };

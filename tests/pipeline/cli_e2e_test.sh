@@ -86,7 +86,7 @@ check_run() {  # name, exit status, console output, output folder
   [ "$scripts" -ge 4 ] || fail "$name: $scripts scripts in FRAMESERVING"
   local line
   for line in 'demultiplexing: done' 'VOB typing: done' 'audio: done' 'encoding: done' \
-      'authoring: passed over, not yet available in this version (CreateSCP)' \
+      'authoring: passed over, not yet available in this version (StartAuthoring)' \
       'The run finished, but the stages passed over did not do their work' \
       "Demultiplexed assets: $out/D_VTS_01_0" "Output VIDEO_TS: $out/VIDEO_TS (empty)"; do
     grep -qF "      $line" "$console" || fail "$name: the summary lacks \"$line\""
