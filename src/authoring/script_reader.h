@@ -59,6 +59,7 @@ public:
     const ScriptNode& Node(std::uint32_t index) const { return Nodes[index]; }
     std::string_view Key(const ScriptNode& node) const { return {Bytes.get() + node.At, node.KeyLength}; }
     std::string_view Value(const ScriptNode& node) const {
+        if (!node.HasEquals()) return {};
         return {Bytes.get() + node.At + node.KeyLength + 1, node.ValueLength};
     }
     // "key=value" as written, or the key alone.
