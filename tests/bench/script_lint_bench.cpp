@@ -1,8 +1,8 @@
 // Reading and linting a large Scenarist script, beside `wc -l` counting the
-// lines of the same file. The script (~20 MB) is the shape of a disc with
-// 600 still menu cells of 36 buttons each in title set 1, spread over 99
-// PGCs in three languages, written with its asset files (empty) into a
-// folder under /tmp that is removed at the end. Run
+// lines of the same file. The script (~24 MB, a million lines) is the shape
+// of a disc with 600 still menu cells of 36 buttons each in title set 1,
+// spread over 99 PGCs in three languages, written with its asset files
+// (empty) into a folder under /tmp that is removed at the end. Run
 // build/tests/bench_script_lint from a Release build. Reading and linting
 // should stay within ten times `wc -l` (the file in the page cache). All
 // times are wall times. It exits 1 when the script does not lint clean.
