@@ -1,5 +1,6 @@
 // kestrova-inspect: prints what the readers see of a disc, of audio files,
-// of the subpictures of VOB files or of the buttons in their NAV packs.
+// of the subpictures of VOB files, of the buttons in their NAV packs or of
+// an authoring script.
 // Each way of looking is one row of the mode table below (its option, what
 // it reads, its help line and the function that prints), so a new view is
 // one more row.
@@ -15,6 +16,8 @@
 
 #include "assets/audio_stream.h"
 #include "assets/program_stream.h"
+#include "authoring/script_lint.h"
+#include "authoring/script_print.h"
 #include "dvd/crosscheck_dump.h"
 #include "dvd/ifo_reader.h"
 #include "dvd/model_print.h"
@@ -571,6 +574,30 @@ void PrintNav(Session& session, const std::vector<std::string>& paths) { PrintNa
 
 void PrintNavJson(Session& session, const std::vector<std::string>& paths) { PrintNavFiles(session, paths, true); }
 
+// A Scenarist script (a host path): its model on the output, its
+// diagnostics as file:line lines on the error stream. File= paths are drive
+// paths, found through KESTROVA_DRIVES. An error fails the run.
+void PrintScriptFile(Session& session, const std::string& path, bool json) {
+    ScriptDiagnostics diagnostics;
+    const ScenaristScript script =
+        LintScenaristFile(session.Files, session.Paths.ToWindows(path), diagnostics, path);
+    const PrintNode tree = ScriptModelTree(script.Model);
+    std::cout << (json ? tree.RenderJson() : tree.RenderText());
+    std::cout.flush();
+    for (const ScriptDiagnostic& diagnostic : diagnostics.List()) std::cerr << diagnostic.Format() << "\n";
+    const std::size_t errors = diagnostics.Count(Severity::Error);
+    if (errors > 0) {
+        throw Error(path + ": " + std::to_string(errors) + " error" + (errors > 1 ? "s" : "") + ", " +
+                    std::to_string(diagnostics.Count(Severity::Warning)) + " warnings.");
+    }
+}
+
+void PrintScript(Session& session, const std::vector<std::string>& paths) { PrintScriptFile(session, paths[0], false); }
+
+void PrintScriptJson(Session& session, const std::vector<std::string>& paths) {
+    PrintScriptFile(session, paths[0], true);
+}
+
 struct Mode {
     const char* Option;   // empty for the mode without one
     const char* Operand;  // what the arguments after the option are
@@ -596,6 +623,10 @@ const Mode kModes[] = {
     {"--nav", "FILE.VOB...", true, "each change of the buttons and highlights in the NAV packs of VOB files",
      PrintNav},
     {"--nav --json", "FILE.VOB...", true, "the same as JSON", PrintNavJson},
+    {"--script", "FILE.SCP", false,
+     "a Scenarist script's model; its diagnostics (file:line: ...) on the error stream, exit 1 on an error",
+     PrintScript},
+    {"--script --json", "FILE.SCP", false, "the same as JSON", PrintScriptJson},
 };
 
 std::string Usage() {
