@@ -56,6 +56,8 @@ constexpr std::array kRules = {
     ScriptRule{"oddity.callss-language-name", W,
                "CallSS's target is \"VID_\" with the language name, while PGCs carry the code: it names nothing"},
     ScriptRule{"oddity.vmg-pgc-no-target", W, "JumpSS pgc_n and CallSS RSM=1, pgc=n get no To Action"},
+    ScriptRule{"oddity.unticked-dummy", W,
+               "a dummy still under an empty output folder (\\NEW_M2V\\...): its domain was not ticked"},
     ScriptRule{"oddity.uop-empty-entry", W, "an empty line in a UOP list: prohibition bits 25 to 27"},
 };
 

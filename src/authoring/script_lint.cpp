@@ -242,7 +242,12 @@ private:
                 }
                 auto [at, added] = seen.try_emplace(item.File, true);
                 if (added) at->second = options_.FileExists(item.File);
-                if (!at->second) {
+                if (!at->second && item.File.rfind("\\NEW_M2V\\", 0) == 0) {
+                    Report("oddity.unticked-dummy", item.Place, [&] {
+                        return "data item " + Quoted(item.Name) + ": " + Quoted(item.File) +
+                               " has no folder in front: the dummy still of a domain that was not ticked";
+                    });
+                } else if (!at->second) {
                     Report("file.missing", item.Place, [&] {
                         return "data item " + Quoted(item.Name) + ": the file " + Quoted(item.File) +
                                " does not exist through the drive map";
@@ -731,7 +736,15 @@ ScenaristScript LintScenaristFile(const platform::FileSystem& files, const std::
     script.Model = ReadScenaristModel(script.Document, diagnostics);
     CheckScenaristGrammar(script.Document, diagnostics);
     ScriptLintOptions options;
-    options.FileExists = [&files](const std::string& file) { return files.FileExists(file); };
+    // A path the drive map cannot place (no drive letter, an unmapped drive)
+    // names no file either.
+    options.FileExists = [&files](const std::string& file) {
+        try {
+            return files.FileExists(file);
+        } catch (const Error&) {
+            return false;
+        }
+    };
     CheckScenaristReferences(script.Model, options, diagnostics);
     diagnostics.Finish();
     return script;

@@ -152,7 +152,7 @@ void MakeDummyStream(JobContext& job, const VTS_Properties& domain) {
     CheckFilesMade(job, {dummy}, "Dummy stream", "dummy streams");
 }
 
-void UpdateAllAssets(JobContext& job, std::int16_t DomainIndex) {
+void UpdateAllAssets(JobContext& job) {
     WLOG(job, "Starting RevPulldown");
     LogWindow(job, "Adding Pulldown, P-S info if required");
     const auto& o = job.Options();
@@ -164,9 +164,10 @@ void UpdateAllAssets(JobContext& job, std::int16_t DomainIndex) {
             PatchDomain(job, domain, addPulldown);
         }
         if (job.StopRequested != 0) return;
-    }
-    if (DomainIndex >= 1 && static_cast<std::size_t>(DomainIndex) <= job.DiscModel.Count()) {
-        MakeDummyStream(job, job.DiscModel.Item(static_cast<std::size_t>(DomainIndex)));
+        // Every domain's script names a dummy still of its own in its
+        // NEW_M2V, in the domain's display mode.
+        MakeDummyStream(job, domain);
+        if (job.StopRequested != 0) return;
     }
     LogWindow(job, "Processing with RevPulldown Complete");
     LogWindow(job, " ");
@@ -229,7 +230,7 @@ void UpdateMPV(JobContext& job, const std::string& Source, const std::string& Ta
                std::int16_t DomainIndex) {
     platform::TraceFrame frame(job.Trace, "MpegPatching", "UpdateMPV");
     if (Source.empty()) {
-        UpdateAllAssets(job, DomainIndex);
+        UpdateAllAssets(job);
     } else {
         UpdateCopy(job, Source, Target, Label, DomainIndex);
     }

@@ -10,7 +10,9 @@
 
 namespace kestrova {
 
-// With an empty source, the pulldown and header stage over all assets; otherwise a copy of one file.
+// With an empty source, the pulldown and header stage over all assets (and
+// each domain's dummy stream); otherwise a copy of one file, in the display
+// mode of domain `DomainIndex`.
 void UpdateMPV(JobContext& job, const std::string& Source, const std::string& Target, const std::string& Label, std::int16_t DomainIndex);
 
 // True when the stream's first sequence header, in its first 2048 bytes,

@@ -39,7 +39,7 @@ check() {
   # The job's root as the script names it: K:\out.
   local made="$dir/$name.SCP"
   sed 's/K:\\out/@ROOT@/g' "$script" > "$made"
-  if ! "$build/kestrova-inspect" --script "$script" > "$dir/lint.out" 2>&1; then
+  if ! KESTROVA_DRIVES="K:=$dir" "$build/kestrova-inspect" --script "$script" > "$dir/lint.out" 2>&1; then
     fail "$name: the script does not lint clean"; head -20 "$dir/lint.out"
   fi
   if [ "$update" = --update ]; then
