@@ -28,8 +28,8 @@ The run finished with stages passed over. This version reads the disc,
 checks and demultiplexes each menu VOB, types its VOBs, rips and converts
 its subpictures, buttons and captions, converts its audio, writes the
 frame serving scripts, re-encodes the menu video and sets the streams'
-flags (D_*/NEW_M2V); it does not yet author, correct IFOs or hand over a
-new VIDEO_TS. The stages marked "passed over" in the summary above are
+flags (D_*/NEW_M2V), and writes the Scenarist scripts (Batch_1); it does
+not yet run the authoring, correct IFOs or hand over a new VIDEO_TS. The stages marked "passed over" in the summary above are
 those: no menu was re-authored.
 TEXT
     ;;
