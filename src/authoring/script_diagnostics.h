@@ -75,4 +75,14 @@ private:
     std::size_t levels_[3] = {0, 0, 0};
 };
 
+// Adds a diagnostic, making its text only while the rule still lists lines.
+template <class MakeText>
+void Say(ScriptDiagnostics& diagnostics, std::string_view rule, const std::string& file, std::uint32_t line,
+         MakeText&& text) {
+    diagnostics.Add(rule, file, line, diagnostics.Wants(rule) ? text() : std::string());
+}
+
+// A text in double quotes, as the diagnostics show names and values.
+inline std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
 }  // namespace kestrova

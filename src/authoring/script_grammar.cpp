@@ -11,13 +11,6 @@ namespace kestrova {
 
 namespace {
 
-template <class MakeText>
-void Say(ScriptDiagnostics& diagnostics, std::string_view rule, const std::string& file, std::uint32_t line,
-         MakeText&& text) {
-    diagnostics.Add(rule, file, line, diagnostics.Wants(rule) ? text() : std::string());
-}
-
-std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 std::string Dec(std::int64_t n) { return std::to_string(n); }
 
 using B = ScenaristBlock;

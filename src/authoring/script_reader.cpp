@@ -13,13 +13,6 @@ namespace kestrova {
 namespace {
 
 // Counts a diagnostic, building its text only while the rule still lists.
-template <class MakeText>
-void Say(ScriptDiagnostics& diagnostics, std::string_view rule, const std::string& file, std::uint32_t line,
-         MakeText&& text) {
-    diagnostics.Add(rule, file, line, diagnostics.Wants(rule) ? text() : std::string());
-}
-
-std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 std::string HexByte(unsigned char byte) {
     static const char kDigits[] = "0123456789ABCDEF";
