@@ -136,7 +136,7 @@ def read_dvdread(video_ts):
     [(code, [Pgc])], title PGCs by number, PTT map and C_ADT rows; the VMG's
     titles as (title set, VTS title)."""
     text = run([os.path.join(build, "tests", "dvdread-dump"), video_ts], check=True).stdout
-    disc = {"titles": {}, "domains": {}}
+    disc = {"folder": video_ts, "titles": {}, "domains": {}, "cell_frames": {}}
     domain = None
     pgcs = {}
     for line in text.splitlines():
@@ -165,9 +165,20 @@ def read_dvdread(video_ts):
         elif kind == "CELL":
             pgcs[words[1]].cells.append({"vob": int(words[4]), "cell": int(words[6]), "still": int(words[10]),
                                          "cmd": int(words[12]), "time": words[14]})
+            if not words[1].startswith(("T", "FP")):
+                disc["cell_frames"][(number, int(words[4]), int(words[6]))] = bcd_frames(words[14])
         elif kind == "CADT":
             domain["cadt"][(int(words[1]), int(words[2]))] = (int(words[3]), int(words[4]))
     return disc
+
+
+def bcd_frames(time):
+    """Frames of an IFO playback time: BCD hours, minutes, seconds, then the
+    frame rate in the top two bits (1 for 25, 3 for 30) and BCD frames."""
+    digits = [int(time[i:i + 2], 10) if i < 6 else 0 for i in range(0, 8, 2)]
+    rate = 25 if int(time[6], 16) >> 2 == 1 else 30
+    frame = int(time[6], 16) & 3
+    return ((digits[0] * 60 + digits[1]) * 60 + digits[2]) * rate + frame * 10 + int(time[7], 16)
 
 
 def read_nav(video_ts):
@@ -329,11 +340,11 @@ def check_structure(disc, folder, script, source, nav):
                 continue
             for p, (spgc, pgc) in enumerate(zip(spgcs, pgcs), 1):
                 counts["pgcs"] += 1
-                compare_pgc(disc, folder, script, nav, number, code, p, spgc, pgc, counts)
+                compare_pgc(disc, folder, script, nav, source, number, code, p, spgc, pgc, counts)
     summary(disc, "structure", before, ", ".join(f"{n} {what}" for what, n in counts.items()))
 
 
-def compare_pgc(disc, folder, script, nav, number, code, p, spgc, pgc, counts):
+def compare_pgc(disc, folder, script, nav, source, number, code, p, spgc, pgc, counts):
     where = spgc["name"]
     if spgc["name"] != pgc_name(number, code, p):
         fault(disc, "structure", f"{where}: expected the name {pgc_name(number, code, p)}")
@@ -369,27 +380,57 @@ def compare_pgc(disc, folder, script, nav, number, code, p, spgc, pgc, counts):
         return
     for n, (cell, dcell) in enumerate(zip(cells, pgc.cells), 1):
         counts["cells"] += 1
-        label = f"{where} cell {n}"
-        if is_dummy_scene(cell["linked_scene"]):
-            counts["dummy cells"] += 1
-            note(disc, "structure", f"{label}: plays the domain's dummy still ({cell['linked_scene']}) for the "
-                                    f"disc's VOB {dcell['vob']} cell {dcell['cell']}, judged a dummy: no chain "
-                                    f"to follow")
-        else:
-            source = scene_source(script, folder, number, cell)
-            if source != (dcell["vob"], dcell["cell"]):
-                fault(disc, "structure", f"{label}: the scene chain gives {source}, the disc VOB {dcell['vob']} "
-                                         f"cell {dcell['cell']}")
-            # A scene's UOP lines are the prohibited operations of its cell's first NAV pack.
-            packs = nav.get((number, dcell["vob"], dcell["cell"]), [])
-            scene_uops = script_uop_bits(script.scenes.get(cell["linked_scene"], {}).get("uop"))
-            if packs and scene_uops != uop_bits(int(packs[0]["UOP"], 16)):
-                fault(disc, "structure", f"{label}: scene UOP bits {sorted(scene_uops)}, the NAV pack's "
-                                         f"{packs[0]['UOP']}")
-        if cell["still_time"] != dcell["still"]:
-            fault(disc, "structure", f"{label}: Cell Still Time={cell['still_time']}, the disc {dcell['still']}")
-        if cell["cell_command"] != dcell["cmd"]:
-            fault(disc, "structure", f"{label}: Cell Command={cell['cell_command']}, the disc {dcell['cmd']}")
+        counts["dummy cells"] += is_dummy_scene(cell["linked_scene"])
+        compare_cell(disc, folder, script, nav, source, number, f"{where} cell {n}", cell, dcell)
+
+
+def cell_frames(source, number, vob, cell):
+    """The frames of a menu cell: its IFO playback time, or for a cell the IFO
+    gives no time, the pictures ffprobe counts in its sectors."""
+    frames = source["cell_frames"].get((number, vob, cell))
+    if frames != 0 or (vob, cell) not in source["domains"][number]["cadt"]:
+        return frames
+    first, last = source["domains"][number]["cadt"][(vob, cell)]
+    name = "VIDEO_TS.VOB" if number == 0 else f"VTS_{number:02d}_0.VOB"
+    with open(os.path.join(source["folder"], name), "rb") as f:
+        f.seek(first * 2048)
+        piece = f.read((last + 1 - first) * 2048)
+    with tempfile.TemporaryDirectory() as tmp:
+        with open(os.path.join(tmp, "cell.vob"), "wb") as f:
+            f.write(piece)
+        return int(probe(os.path.join(tmp, "cell.vob"), "mpeg", "nb_read_frames").get("nb_read_frames", 0))
+
+
+def compare_cell(disc, folder, script, nav, source, number, label, cell, dcell):
+    """A script cell against the disc's: the VOB and cell its scene chain
+    carries, the scene's start in its VOB and UOP lines, still time and cell
+    command."""
+    if is_dummy_scene(cell["linked_scene"]):
+        note(disc, "structure", f"{label}: plays the domain's dummy still ({cell['linked_scene']}) for the disc's "
+                                f"VOB {dcell['vob']} cell {dcell['cell']}, judged a dummy: no chain to follow")
+    else:
+        chain = scene_source(script, folder, number, cell)
+        if chain != (dcell["vob"], dcell["cell"]):
+            fault(disc, "structure", f"{label}: the scene chain gives {chain}, the disc VOB {dcell['vob']} "
+                                     f"cell {dcell['cell']}")
+        scene = script.scenes.get(cell["linked_scene"], {})
+        # A scene of a whole VOB starts where the VOB's cells before it end.
+        before = [cell_frames(source, number, dcell["vob"], c) for c in range(1, dcell["cell"])]
+        if "time" in scene and None not in before:
+            ntsc = ";" not in scene["time"]
+            if abs(timecode_frames(scene["time"], ntsc) - sum(before)) > 1:
+                fault(disc, "structure", f"{label}: Scene Time={scene['time']}, the disc's cells before it in the "
+                                         f"VOB last {sum(before)} frames")
+        # A scene's UOP lines are the prohibited operations of its cell's first NAV pack.
+        packs = nav.get((number, dcell["vob"], dcell["cell"]), [])
+        scene_uops = script_uop_bits(scene.get("uop"))
+        if packs and scene_uops != uop_bits(int(packs[0]["UOP"], 16)):
+            fault(disc, "structure", f"{label}: scene UOP bits {sorted(scene_uops)}, the NAV pack's "
+                                     f"{packs[0]['UOP']}")
+    if cell["still_time"] != dcell["still"]:
+        fault(disc, "structure", f"{label}: Cell Still Time={cell['still_time']}, the disc {dcell['still']}")
+    if cell["cell_command"] != dcell["cmd"]:
+        fault(disc, "structure", f"{label}: Cell Command={cell['cell_command']}, the disc {dcell['cmd']}")
 
 
 def decode_jump(hexcmd):
@@ -917,8 +958,9 @@ def compare_highlight(disc, label, play, pack):
 def probe(path, form, entries):
     """ffprobe's first stream of a file read as `form` (a lone still is too
     short for ffprobe to guess its format)."""
-    out = run(["ffprobe", "-v", "error", "-f", form, "-count_frames", "-show_entries", "stream=" + entries, "-of",
-               "json", path])
+    streams = "a:0" if form == "ac3" else "v:0"
+    out = run(["ffprobe", "-v", "error", "-f", form, "-select_streams", streams, "-count_frames", "-show_entries",
+               "stream=" + entries, "-of", "json", path])
     streams = json.loads(out.stdout or "{}").get("streams", [])
     return streams[0] if streams else {}
 
@@ -984,7 +1026,13 @@ def check_video_audio(disc, folder, script, source):
             if path is None:
                 fault(disc, "media", f"{name}: {item['file']} is not there to probe")
                 continue
-            stream = probe(path, "ac3", "codec_name,bit_rate,channels,channel_layout")
+            stream = probe(path, "ac3", "codec_name,bit_rate,channels,channel_layout,duration")
+            # An audio length leaves out the file's last AC3 frame (32 ms), as a
+            # video end time names the last frame rather than the one after it.
+            ntsc = ";" not in item["end"]
+            length = (float(stream.get("duration", 0)) - 0.032) * (30000 / 1001 if ntsc else 25)
+            if abs(length - timecode_frames(item["end"], ntsc)) > 1:
+                fault(disc, "media", f"{name}: Data End Time={item['end']}, ffprobe {stream.get('duration')} s")
             lfe = "LFE" in stream.get("channel_layout", "") or stream.get("channel_layout", "").endswith(".1")
             front, rear = (int(x) for x in item["channels"].split(":"))
             own = (int(stream.get("bit_rate", 0)), int(stream.get("channels", 0)), "yes" if lfe else "no")
