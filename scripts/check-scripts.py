@@ -7,9 +7,10 @@ source disc with outside tools:
 1. lint: kestrova-inspect --script --json reads it with no error; its model
    serves the checks below.
 2. structure: libdvdread (dvdread-dump) on the source: per domain the
-   language units, PGC counts, VTS menu entry ids, PGC still times, UOP
-   masks and commands per list; per cell the (VOB id, cell id) its scene,
-   track and data file carry, its still time and cell command.
+   language units, PGC counts, VTS menu entry ids, next, previous and go-up
+   PGCs, PGC still times, UOP masks and commands per list; per cell the
+   (VOB id, cell id) its scene, track and data file carry, the scene's
+   start in its VOB and UOP lines, its still time and cell command.
 3. targets: each link or jump in libdvdread's raw command bytes (PGC lists,
    and the buttons of dvdread-dump --nav) against the object its To Action
    names; then dvdunauthor's listing of the source, cut to its jumps, PGC by
@@ -19,14 +20,15 @@ source disc with outside tools:
 5. highlights: each highlight play against the NAV pack's PCI (dvdread-dump
    --nav): buttons, areas, neighbours, auto action, colours, contrasts,
    offset, numeric count, forced buttons, button modes.
-6. media: ffprobe on the video, still and audio items (frames, size, aspect,
-   AC3 rate, channels, LFE); spuunmux's SPUs per cell and stream against the
-   subpicture items.
+6. media: ffprobe on the video, still and audio items (frames, size, aspect;
+   AC3 length, rate, channels, LFE); spuunmux's SPUs per cell and stream
+   against the subpicture items.
 
-Prints one line per disc and check, FAULT lines for what is wrong, KNOWN
-lines where the script follows its own rule but the disc navigates
-otherwise, NOTE lines where a tool cannot show a field, and the number of
-faults at the end; exits 1 on any fault.
+Prints one line per disc and check ("ok", or "FAILED" after its faults),
+FAULT lines for what is wrong, KNOWN lines where the script follows the
+writer's own rule (named) but the disc navigates otherwise, NOTE lines where
+a tool cannot show what is compared, and the number of faults at the end;
+exits 1 on any fault.
   check-scripts.py [--reuse] BUILD_DIR FIXTURES_DIR WORK
 With --reuse a disc whose script already stands under WORK is not run again.
 """
@@ -122,7 +124,6 @@ def local_path(folder, path):
 class Pgc:
     def __init__(self, fields):
         self.cat = int(fields["CAT"])
-        self.programs = int(fields["PROGRAMS"])
         self.still = int(fields["STILL"])
         self.uop = int(fields["UOP"], 16)
         self.links = {"next": int(fields["NEXT"]), "prev": int(fields["PREV"]), "goup": int(fields["GOUP"])}
@@ -562,9 +563,12 @@ def check_targets(disc, source, script, nav):
         checked += 1
         want, spec, rule = expected_target(jump, source, script, number, code, p, cells)
         got = command["to_action"]
-        if command["command"] == "Nop" and got == "" and raw != "0" * 16:
-            known(disc, "targets", f"{place}: {raw} ({jump[0]}) became \"Nop\"",
-                  "a command whose target cannot be resolved becomes Nop")
+        button = "_m_" in place  # a button command's name is its menu's and "_m_" n
+        unresolved = got == "ERROR" if button else (command["command"], got) == ("Nop", "")
+        if want == "ERROR" and unresolved:
+            known(disc, "targets", f"{place}: {raw} ({jump[0]}) reaches nothing on the disc: \"{command['command']}\" "
+                                   f"To Action={got}", "an unresolved target makes a PGC list's command Nop and "
+                                                       "stays ERROR behind a button")
         elif got == want:
             if jump[0] == "LinkCN":
                 known(disc, "targets", f"{place}: LinkCN {jump[1]} names {got}",
@@ -594,6 +598,8 @@ UNAUTHOR_JUMPS = [  # dvdunauthor's statement, the jump it stands for (VMG, VTS)
     (r"call vmgm menu entry (\w+)(?: resume (\d+))?$", "CallSS VMGM", "CallSS VMGM"),
     (r"call menu entry (\w+)(?: resume (\d+))?$", "CallSS VTSM", "CallSS VTSM"),
 ]
+# dvdunauthor's menu entry words as menu types.
+ENTRIES = {"title": 2, "root": 3, "subtitle": 4, "audio": 5, "angle": 6, "ptt": 7}
 # The script's command texts that reach an object, in the writer's words.
 SCRIPT_JUMP = re.compile(r"LinkPGCN|LinkPGN|LinkCN|LinkPTT|JumpTT|JumpVTS_TT|JumpVTS_PTT|JumpSS|CallSS|SPECIAL_MENU_")
 
@@ -614,7 +620,8 @@ def unauthor_jumps(text, vmg, unparsed):
                 if kind is None and pattern != r"jump pgc tail$":
                     unparsed.append(statement)
                 if kind is not None:
-                    jumps.append((kind, *(int(g) if g and g.isdigit() else 0 for g in m.groups())))
+                    numbers = (int(g) if g and g.isdigit() else ENTRIES.get(g, 0) for g in m.groups())
+                    jumps.append((kind, *numbers))
                 break
         else:
             unparsed.append(statement)
@@ -692,7 +699,8 @@ def check_unauthor(disc, source, script, listing):
         note(disc, "dvdunauthor", f"{listing['cell_commands']} cells with commands: dvdunauthor lists them by "
                                   f"cell, not as the PGC's table, so cell commands are left to the raw bytes")
     first = [c["to_action"] for c in script.model["scenario"]["first_pgc"]["pre_command"]]
-    first_play = [expected_target(j, source, script, 0, "", 0, [])[0] for j in listing["first_play"]]
+    first_play = [expected_target(j, source, script, 0, "", 0, [])[0] or " ".join(map(str, j))
+                  for j in listing["first_play"]]
     if first != first_play:
         known(disc, "dvdunauthor", f"First PGC targets {first}, the disc's first play {first_play}",
               "the First PGC is always \"JumpTT 1\"")
