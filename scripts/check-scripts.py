@@ -1151,15 +1151,25 @@ def main():
         script = check_lint(disc, folder, path)
         if script is None:
             continue
-        source = read_dvdread(video_ts)
-        nav = read_nav(video_ts)
-        check_structure(disc, folder, script, source, nav)
-        check_targets(disc, source, script, nav)
-        check_unauthor(disc, source, script, read_unauthor(video_ts))
-        check_walk(disc, source, script, nav, read_walk(video_ts))
-        check_highlights(disc, script, nav, played_cells(source, script)[0])
-        check_video_audio(disc, folder, script, source)
-        check_subpictures(disc, source, script, video_ts)
+        try:
+            source, nav = read_dvdread(video_ts), read_nav(video_ts)
+        except subprocess.CalledProcessError as error:
+            fault(disc, "dvdread", f"dvdread-dump failed: {error.stderr.strip()}")
+            continue
+        checks = [
+            ("structure", lambda: check_structure(disc, folder, script, source, nav)),
+            ("targets", lambda: check_targets(disc, source, script, nav)),
+            ("dvdunauthor", lambda: check_unauthor(disc, source, script, read_unauthor(video_ts))),
+            ("walk", lambda: check_walk(disc, source, script, nav, read_walk(video_ts))),
+            ("highlights", lambda: check_highlights(disc, script, nav, played_cells(source, script)[0])),
+            ("media", lambda: check_video_audio(disc, folder, script, source)),
+            ("subpictures", lambda: check_subpictures(disc, source, script, video_ts)),
+        ]
+        for name, check in checks:
+            try:
+                check()
+            except (KeyError, IndexError, ValueError, OSError, subprocess.SubprocessError) as error:
+                fault(disc, name, f"the check could not be made: {type(error).__name__} {error}")
     print(f"{faults} faults")
     sys.exit(1 if faults else 0)
 
