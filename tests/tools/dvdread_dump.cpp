@@ -9,11 +9,27 @@
 //   for PGCs with cells, SUB1, PAL, PROG, CELL lines), then the menu C_ADT
 //   rows (CADT) sorted by VOB id and cell id; then the first-play PGC (VMG) or
 //   PGCIT and the title PGCs (VTS), each in PGC lines with a PTIME line.
+//
+// dvdread-dump --nav VIDEO_TS_FOLDER prints instead the NAV packs of every
+// menu VOB file (VIDEO_TS.VOB, VTS_01_0.VOB, ...) as navRead_PCI and
+// navRead_DSI read them, one NAV line per pack in file order with its
+// VOBU's prohibited operations and highlight information, then for a pack
+// with highlights a BTN line per button of each button group:
+//   NAV <title set> <k> VOB <v> CELL <c> LBN <sector> UOP <8 hex> HLI <status>
+//       [GROUPS <n> MODES <d1> <d2> <d3> OFFSET <o> BUTTONS <n> NUMERIC <n>
+//        FOSL <b> FOAC <b> COLIT <selection 1> <action 1> ... <action 3>]
+//   BTN <title set> <k> <group> <button> COLOUR <c> X <x1> <x2> Y <y1> <y2>
+//       AUTO <a> UP <u> DOWN <d> LEFT <l> RIGHT <r> CMD <16 hex>
+// The title set is 0 for the VMG, k counts the domain's NAV packs from 1,
+// and COLIT words are the PCI's BTN_COLIT entries in hexadecimal.
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
 #include <dvdread/ifo_types.h>
+#include <dvdread/nav_read.h>
+#include <dvdread/nav_types.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -229,6 +245,68 @@ void PrintVts(const ifo_handle_t& ifo, int title_set) {
     }
 }
 
+// The NAV packs of one menu VOB file. A sector is a NAV pack when a PCI
+// packet (private stream 2, substream 0) starts at byte 38; the PCI follows
+// its substream byte at 45 and the DSI stands at 1031.
+void PrintNavPacks(dvd_reader_t* dvd, int title_set) {
+    dvd_file_t* file = DVDOpenFile(dvd, title_set, DVD_READ_MENU_VOBS);
+    if (file == nullptr) return;  // a domain without menus
+    const ssize_t blocks = DVDFileSize(file);
+    std::array<unsigned char, DVD_VIDEO_LB_LEN> block{};
+    int index = 0;
+    for (ssize_t sector = 0; sector < blocks; ++sector) {
+        if (DVDReadBlocks(file, static_cast<int>(sector), 1, block.data()) != 1) {
+            DVDCloseFile(file);
+            throw std::runtime_error("cannot read sector " + std::to_string(sector) + " of the menu VOBs of title set " +
+                                     std::to_string(title_set));
+        }
+        const bool nav = block[38] == 0 && block[39] == 0 && block[40] == 1 && block[41] == 0xBF && block[44] == 0;
+        if (!nav) continue;
+        pci_t pci{};
+        dsi_t dsi{};
+        navRead_PCI(&pci, block.data() + 0x2d);
+        navRead_DSI(&dsi, block.data() + DSI_START_BYTE);
+        const std::string id = std::to_string(title_set) + " " + std::to_string(++index);
+        const hl_gi_t& general = pci.hli.hl_gi;
+        std::string line = "NAV " + id + " VOB " + std::to_string(dsi.dsi_gi.vobu_vob_idn) + " CELL " +
+                           std::to_string(dsi.dsi_gi.vobu_c_idn) + " LBN " + std::to_string(pci.pci_gi.nv_pck_lbn) +
+                           " UOP " + Hex(UserOpsBytes(pci.pci_gi.vobu_uop_ctl), 8) + " HLI " +
+                           std::to_string(general.hli_ss & 3);
+        if ((general.hli_ss & 3) == 0) {
+            Line(line);
+            continue;
+        }
+        const int groups = general.btngr_ns;
+        const int buttons = general.btn_ns & 0x3F;
+        line += " GROUPS " + std::to_string(groups) + " MODES " + std::to_string(general.btngr1_dsp_ty) + " " +
+                std::to_string(general.btngr2_dsp_ty) + " " + std::to_string(general.btngr3_dsp_ty) + " OFFSET " +
+                std::to_string(general.btn_ofn) + " BUTTONS " + std::to_string(buttons) + " NUMERIC " +
+                std::to_string(general.nsl_btn_ns & 0x3F) + " FOSL " + std::to_string(general.fosl_btnn & 0x3F) +
+                " FOAC " + std::to_string(general.foac_btnn & 0x3F) + " COLIT";
+        for (int c = 0; c < 3; ++c) {
+            const uint32_t selection = pci.hli.btn_colit.btn_coli[c][0];
+            const uint32_t action = pci.hli.btn_colit.btn_coli[c][1];
+            line += " " + Hex(selection, 8) + " " + Hex(action, 8);
+        }
+        Line(line);
+        if (groups < 1 || groups > 3) continue;
+        const int perGroup = 36 / groups;
+        for (int g = 0; g < groups; ++g) {
+            for (int b = 0; b < buttons && b < perGroup; ++b) {
+                const btni_t& button = pci.hli.btnit[g * perGroup + b];
+                Line("BTN " + id + " " + std::to_string(g + 1) + " " + std::to_string(b + 1) + " COLOUR " +
+                     std::to_string(button.btn_coln) + " X " + std::to_string(button.x_start) + " " +
+                     std::to_string(button.x_end) + " Y " + std::to_string(button.y_start) + " " +
+                     std::to_string(button.y_end) + " AUTO " + std::to_string(button.auto_action_mode) + " UP " +
+                     std::to_string(button.up) + " DOWN " + std::to_string(button.down) + " LEFT " +
+                     std::to_string(button.left) + " RIGHT " + std::to_string(button.right) + " CMD " +
+                     HexBytes(button.cmd.bytes, 8));
+            }
+        }
+    }
+    DVDCloseFile(file);
+}
+
 // libdvdread's messages (a missing CSS library, no device name) are kept back
 // and shown only when the dump fails, so a good run prints the dump alone.
 std::vector<std::string>& LibraryMessages() {
@@ -262,7 +340,7 @@ IfoHandle OpenIfo(dvd_reader_t* dvd, int title_set, const std::string& folder) {
     return ifo;
 }
 
-void Dump(const std::string& folder) {
+void Dump(const std::string& folder, bool navPacks) {
     // libdvdread takes either the folder holding VIDEO_TS or the VIDEO_TS
     // folder itself and finds the files in either case.
     static const dvd_logger_cb logger{KeepMessage};
@@ -270,20 +348,25 @@ void Dump(const std::string& folder) {
     if (!dvd) throw std::runtime_error("libdvdread cannot open " + folder + " as a DVD-Video folder");
 
     const IfoHandle vmg = OpenIfo(dvd.get(), 0, folder);
-    PrintVmg(*vmg);
     const int title_sets = vmg->vmgi_mat->vmg_nr_of_title_sets;
+    if (navPacks) {
+        for (int n = 0; n <= title_sets; ++n) PrintNavPacks(dvd.get(), n);
+        return;
+    }
+    PrintVmg(*vmg);
     for (int n = 1; n <= title_sets; ++n) PrintVts(*OpenIfo(dvd.get(), n, folder), n);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fputs("usage: dvdread-dump VIDEO_TS_FOLDER\n", stderr);
+    const bool navPacks = argc == 3 && std::string(argv[1]) == "--nav";
+    if (argc != 2 && !navPacks) {
+        std::fputs("usage: dvdread-dump [--nav] VIDEO_TS_FOLDER\n", stderr);
         return 2;
     }
     try {
-        Dump(argv[1]);
+        Dump(argv[argc - 1], navPacks);
     } catch (const std::exception& error) {
         std::fflush(stdout);
         for (const std::string& message : LibraryMessages()) std::fprintf(stderr, "libdvdread: %s\n", message.c_str());

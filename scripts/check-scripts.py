@@ -1,0 +1,1178 @@
+#!/usr/bin/env python3
+"""Runs kestrova-cli over each fixture disc with menus (every one but
+pal-titles-only-lpcm) in the native profile, every menu ticked, and checks
+the Scenarist script it writes, Batch_1\\ScenaristScript30_1.SCP, against the
+source disc with outside tools:
+
+1. lint: kestrova-inspect --script --json reads it with no error; its model
+   serves the checks below.
+2. structure: libdvdread (dvdread-dump) on the source: per domain the
+   language units, PGC counts, VTS menu entry ids, next, previous and go-up
+   PGCs, PGC still times, UOP masks and commands per list; per cell the
+   (VOB id, cell id) its scene, track and data file carry, the scene's
+   start in its VOB and UOP lines, its still time and cell command.
+3. targets: each link or jump in libdvdread's raw command bytes (PGC lists,
+   and the buttons of dvdread-dump --nav) against the object its To Action
+   names; then dvdunauthor's listing of the source, cut to its jumps, PGC by
+   PGC against the same targets.
+4. walk: libdvdnav from First Play (dvdnav-walk): each plain button link or
+   jump lands on the object the script's button command names.
+5. highlights: each highlight play against the NAV pack's PCI (dvdread-dump
+   --nav): buttons, areas, neighbours, auto action, colours, contrasts,
+   offset, numeric count, forced buttons, button modes.
+6. media: ffprobe on the video, still and audio items (frames, size, aspect;
+   AC3 length, rate, channels, LFE); spuunmux's SPUs per cell and stream
+   against the subpicture items.
+
+Prints one line per disc and check ("ok", or "FAILED" after its faults),
+FAULT lines for what is wrong, KNOWN lines where the script follows the
+writer's own rule (named) but the disc navigates otherwise, NOTE lines where
+a tool cannot show what is compared, and the number of faults at the end;
+exits 1 on any fault.
+  check-scripts.py [--reuse] BUILD_DIR FIXTURES_DIR WORK
+With --reuse a disc whose script already stands under WORK is not run again.
+"""
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as ET
+
+args = [a for a in sys.argv[1:] if a != "--reuse"]
+reuse = "--reuse" in sys.argv[1:]
+if len(args) != 3:
+    sys.exit(__doc__)
+build, fixtures, work = (os.path.abspath(a) for a in args)
+here = os.path.dirname(os.path.abspath(__file__))
+os.makedirs(work, exist_ok=True)
+faults = 0
+PERCENT = [0, 7, 13, 20, 27, 33, 40, 47, 53, 60, 67, 73, 80, 87, 93, 100]
+MENU_TYPES = {2: "Title Menu", 3: "Root Menu", 4: "Subpicture Menu", 5: "Audio Menu", 6: "Angle Menu",
+              7: "PTT Menu"}
+# The text of a menu type in a JumpSS command, by the low digit of its byte 5.
+JUMPSS_MENUS = {3: "RootMenu", 4: "Sub-pictureMenu", 5: "AudioMenu", 6: "AngleMenu", 7: "PTT_Menu"}
+# Buttons of a cell without a highlight bitmap to take them are left out.
+NO_BITMAP = "a NAV pack's buttons are taken only by a highlight bitmap of its cell that has none yet"
+BUTTON_MODES = ["Normal", "Wide", "Letter", "Wide/Letter", "Pan", "Wide/Pan", "Letter/Pan", "Wide/Letter/Pan"]
+
+
+def fault(disc, check, text):
+    global faults
+    faults += 1
+    print(f"FAULT: {disc} {check}: {text}")
+
+
+def known(disc, check, text, rule):
+    print(f"KNOWN: {disc} {check}: {text} (rule: {rule})")
+
+
+def note(disc, check, text):
+    print(f"NOTE: {disc} {check}: {text}")
+
+
+def summary(disc, check, before, text):
+    """The check's line: "ok" when it found no fault since `before`."""
+    print(f"{'ok' if faults == before else 'FAILED'} {disc} {check}: {text}")
+
+
+def run(command, **kw):
+    return subprocess.run(command, capture_output=True, text=True, **kw)
+
+
+# ---------------------------------------------------------------- the job
+
+
+def run_job(disc):
+    """Runs kestrova-cli over the disc under WORK/<disc>; returns the run's
+    folder and its script's path (None when none was written)."""
+    folder = os.path.join(work, disc)
+    script = os.path.join(folder, "out", "Batch_1", "ScenaristScript30_1.SCP")
+    if not (reuse and os.path.exists(script)):
+        subprocess.run(["rm", "-rf", folder], check=True)
+        os.makedirs(folder)
+        with open(os.path.join(folder, "cli.out"), "w") as out:
+            subprocess.run(["bash", os.path.join(here, "run-sample-job.sh"), build, fixtures, folder, disc],
+                           stdout=out, stderr=subprocess.STDOUT)
+    return folder, script if os.path.exists(script) else None
+
+
+def local_path(folder, path):
+    """A path of the script (K:\\out\\...) on this machine, looked up without
+    regard to case as the drive map does; None when it is not there."""
+    if not path.upper().startswith("K:\\"):
+        return None
+    current = folder
+    for part in path[3:].split("\\"):
+        if not part:
+            continue
+        try:
+            names = os.listdir(current)
+        except OSError:
+            return None
+        match = [n for n in names if n.lower() == part.lower()]
+        if not match:
+            return None
+        current = os.path.join(current, match[0])
+    return current
+
+
+# ------------------------------------------------------ the source, by tool
+
+
+class Pgc:
+    def __init__(self, fields):
+        self.cat = int(fields["CAT"])
+        self.still = int(fields["STILL"])
+        self.uop = int(fields["UOP"], 16)
+        self.links = {"next": int(fields["NEXT"]), "prev": int(fields["PREV"]), "goup": int(fields["GOUP"])}
+        self.commands = {"PRE": [], "POST": [], "CELL": []}
+        self.program_starts = []  # first cell of each program
+        self.cells = []  # dicts: vob, cell, still, cmd
+
+
+def read_dvdread(video_ts):
+    """dvdread-dump's listing: per title set (0 the VMG) its language units
+    [(code, [Pgc])], title PGCs by number, PTT map and C_ADT rows; the VMG's
+    titles as (title set, VTS title)."""
+    text = run([os.path.join(build, "tests", "dvdread-dump"), video_ts], check=True).stdout
+    disc = {"folder": video_ts, "titles": {}, "domains": {}, "cell_frames": {}}
+    domain = None
+    pgcs = {}
+    for line in text.splitlines():
+        words = line.split()
+        kind = words[0]
+        if kind == "IFO":
+            number = 0 if words[1] == "VIDEO_TS.IFO" else int(words[1][4:6])
+            domain = disc["domains"][number] = {"units": [], "titles": {}, "ptt": {}, "cadt": {}}
+            pgcs = {}
+        elif kind == "TITLE":
+            disc["titles"][int(words[1])] = (int(words[3]), int(words[5]))
+        elif kind == "PTT":
+            domain["ptt"][(int(words[1]), int(words[2]))] = (int(words[4]), int(words[6]))
+        elif kind == "UNIT":
+            domain["units"].append((words[3], []))
+        elif kind == "PGC":
+            pgc = pgcs[words[1]] = Pgc(dict(zip(words[2::2], words[3::2])))
+            if words[1].startswith("T"):
+                domain["titles"][int(words[1][1:])] = pgc
+            elif words[1] != "FP":
+                domain["units"][-1][1].append(pgc)
+        elif kind == "CMD":
+            pgcs[words[1]].commands[words[2]].append(words[4])
+        elif kind == "PROG":
+            pgcs[words[1]].program_starts.append(int(words[3]))
+        elif kind == "CELL":
+            pgcs[words[1]].cells.append({"vob": int(words[4]), "cell": int(words[6]), "still": int(words[10]),
+                                         "cmd": int(words[12]), "time": words[14]})
+            if not words[1].startswith(("T", "FP")):
+                disc["cell_frames"][(number, int(words[4]), int(words[6]))] = bcd_frames(words[14])
+        elif kind == "CADT":
+            domain["cadt"][(int(words[1]), int(words[2]))] = (int(words[3]), int(words[4]))
+    return disc
+
+
+def bcd_frames(time):
+    """Frames of an IFO playback time: BCD hours, minutes, seconds, then the
+    frame rate in the top two bits (1 for 25, 3 for 30) and BCD frames."""
+    digits = [int(time[i:i + 2], 10) if i < 6 else 0 for i in range(0, 8, 2)]
+    rate = 25 if int(time[6], 16) >> 2 == 1 else 30
+    frame = int(time[6], 16) & 3
+    return ((digits[0] * 60 + digits[1]) * 60 + digits[2]) * rate + frame * 10 + int(time[7], 16)
+
+
+def read_nav(video_ts):
+    """dvdread-dump --nav: per title set, per (VOB id, cell id), its NAV
+    packs in file order, each with its highlight fields and buttons by
+    (group, number)."""
+    text = run([os.path.join(build, "tests", "dvdread-dump"), "--nav", video_ts], check=True).stdout
+    packs = {}
+    current = {}
+    for line in text.splitlines():
+        words = line.split()
+        if words[0] == "NAV":
+            fields = dict(zip(words[3::2], words[4::2]))
+            current = {key: fields[key] for key in fields if key != "COLIT"}
+            current["colit"] = [int(w, 16) for w in words[words.index("COLIT") + 1:]] if "COLIT" in words else []
+            current["modes"] = [int(w) for w in words[words.index("MODES") + 1:words.index("MODES") + 4]] \
+                if "MODES" in words else []
+            current["buttons"] = {}
+            key = (int(words[1]), int(fields["VOB"]), int(fields["CELL"]))
+            packs.setdefault(key, []).append(current)
+        elif words[0] == "BTN":
+            fields = dict(zip(words[5::2], words[6::2]))
+            current["buttons"][(int(words[3]), int(words[4]))] = {
+                "colour": int(fields["COLOUR"]), "x": (int(words[8]), int(words[9])),
+                "y": (int(words[11]), int(words[12])), "auto": int(fields["AUTO"]), "up": int(fields["UP"]),
+                "down": int(fields["DOWN"]), "left": int(fields["LEFT"]), "right": int(fields["RIGHT"]),
+                "cmd": fields["CMD"]}
+    return packs
+
+
+def nav_buttons(pack):
+    """The buttons of a NAV pack in group 1, by number."""
+    count = int(pack.get("BUTTONS", 0))
+    return [pack["buttons"].get((1, b)) for b in range(1, count + 1)]
+
+
+# ----------------------------------------------------------- the script
+
+
+class Script:
+    """The JSON model of kestrova-inspect with the look-ups the checks need."""
+
+    def __init__(self, model):
+        self.model = model
+        self.items = {}
+        for folder in model["data_folder"]:
+            for item in folder["item"]:
+                self.items[item["name"]] = item
+        self.track_of_scene = {}
+        self.scenes = {}
+        self.tracks = []
+        for folder in model["track_folder"]:
+            for track in folder["track"]:
+                self.tracks.append((folder["name"], track))
+                for scene in track["scene"]:
+                    self.track_of_scene[scene["name"]] = (folder["name"], track)
+                    self.scenes[scene["name"]] = scene
+        self.domains = {}
+        for domain in model["scenario"]["domain"]:
+            number = 0 if domain["kind"] == "video manager" else int(domain["name"].split("_")[1])
+            self.domains[number] = domain
+
+
+def cells_of(pgc):
+    return [cell for program in pgc["program"] for cell in program["cell"]]
+
+
+def pgc_name(domain, language, number):
+    return f"VID_{language}_P_{number}" if domain == 0 else f"VTS_{domain}_{language}_P_{number}"
+
+
+def domain_folder(domain):
+    return "D_VIDEO_TS" if domain == 0 else f"D_VTS_{domain:02d}_0"
+
+
+def uop_bits(mask):
+    return {bit for bit in range(25) if mask >> bit & 1}
+
+
+def script_uop_bits(text):
+    return {int(n) for n in re.findall(r"UOP(\d+) ", text or "")}
+
+
+def is_dummy_scene(name):
+    return name.endswith("Dummy_Menu_t_scn")
+
+
+def scene_source(script, folder, domain, cell):
+    """The (VOB id, cell id) that a script cell's scene, its track and its
+    data item's file carry, or a sentence saying where the chain breaks."""
+    scene = cell["linked_scene"]
+    if scene not in script.track_of_scene:
+        return f"scene {scene} is in no track"
+    track_folder, track = script.track_of_scene[scene]
+    want_folder = "VMG Tracks" if domain == 0 else f"VTS_{domain} Tracks"
+    if track_folder != want_folder:
+        return f"scene {scene} is a track of {track_folder}"
+    item = script.items.get(track["picture"].get("data", ""))
+    if item is None:
+        return f"track {track['name']} plays data {track['picture'].get('data')} that is no item"
+    m = re.search(r"\\" + domain_folder(domain) + r"\\NEW_M2V\\(\d{3})(?:_(\d{3}))?\.m2v$", item["file"], re.I)
+    if m is None:
+        return f"item {item['name']} has file {item['file']}, no stream of {domain_folder(domain)}\\NEW_M2V"
+    if m.group(2):
+        return int(m.group(1)), int(m.group(2))
+    number = [s["name"] for s in track["scene"]].index(scene) + 1
+    return int(m.group(1)), number
+
+
+# ------------------------------------------------------------- the checks
+
+
+def check_lint(disc, folder, path):
+    """1. The script reads and lints with no error; returns its model."""
+    before = faults
+    env = dict(os.environ, KESTROVA_DRIVES="K:=" + folder)
+    result = run([os.path.join(build, "kestrova-inspect"), "--script", path, "--json"], env=env)
+    errors = [line for line in result.stderr.splitlines() if ": error: " in line]
+    warnings = [line for line in result.stderr.splitlines() if ": warning: " in line]
+    for line in errors:
+        fault(disc, "lint", line.split(": ", 1)[1])
+    if result.returncode != 0 and not errors:
+        fault(disc, "lint", f"kestrova-inspect exit {result.returncode}: {result.stderr.strip()[-300:]}")
+    try:
+        model = json.loads(result.stdout)
+    except json.JSONDecodeError:
+        fault(disc, "lint", "no JSON model")
+        return None
+    summary(disc, "lint", before, f"{len(errors)} errors, {len(warnings)} warnings (the writer's oddities, each "
+                                  f"by its rule)")
+    return Script(model)
+
+
+def check_structure(disc, folder, script, source, nav):
+    """2. Domains, languages, PGCs and cells against libdvdread's reading."""
+    before = faults
+    counts = {"units": 0, "pgcs": 0, "cells": 0, "dummy cells": 0}
+    for number, domain in sorted(source["domains"].items()):
+        where = "VMG" if number == 0 else f"VTS {number}"
+        sdomain = script.domains.get(number)
+        if sdomain is None:
+            fault(disc, "structure", f"{where}: no domain in the script")
+            continue
+        languages = sdomain["language"]
+        units = [unit for unit in domain["units"] if unit[1]]
+        if [lang["name"] for lang in languages] != [code for code, _ in units]:
+            fault(disc, "structure", f"{where}: languages {[lang['name'] for lang in languages]}, "
+                                     f"the disc's units {[code for code, _ in units]}")
+            continue
+        for language, (code, pgcs) in zip(languages, units):
+            counts["units"] += 1
+            spgcs = language["pgc"]
+            if len(spgcs) == len(pgcs) + 1 and any(p["name"].endswith("_Dummy_Menu") for p in spgcs[-1]["program"]):
+                known(disc, "structure", f"{where} {code}: a dummy PGC {spgcs[-1]['name']} past the disc's "
+                                         f"{len(pgcs)}", "a language unit when the domain wrote no program so far")
+                spgcs = spgcs[:-1]
+            if len(spgcs) != len(pgcs):
+                fault(disc, "structure", f"{where} {code}: {len(spgcs)} PGCs, the disc {len(pgcs)}")
+                continue
+            for p, (spgc, pgc) in enumerate(zip(spgcs, pgcs), 1):
+                counts["pgcs"] += 1
+                compare_pgc(disc, folder, script, nav, source, number, code, p, spgc, pgc, counts)
+    summary(disc, "structure", before, ", ".join(f"{n} {what}" for what, n in counts.items()))
+
+
+def compare_pgc(disc, folder, script, nav, source, number, code, p, spgc, pgc, counts):
+    where = spgc["name"]
+    if spgc["name"] != pgc_name(number, code, p):
+        fault(disc, "structure", f"{where}: expected the name {pgc_name(number, code, p)}")
+    entry = MENU_TYPES.get(pgc.cat & 0x0F, "") if pgc.cat & 0x80 else "No Menu"
+    if number == 0:
+        if entry != "Title Menu":
+            known(disc, "structure", f"{where}: Menu ID={spgc.get('menu_id')}, the disc's PGC category {pgc.cat}",
+                  "every VMG PGC is written \"Menu ID=Title Menu\"")
+        elif spgc.get("menu_id") != entry:
+            fault(disc, "structure", f"{where}: Menu ID={spgc.get('menu_id')}, the disc's entry is {entry}")
+    elif spgc.get("menu_id", "") != entry:
+        fault(disc, "structure", f"{where}: Menu ID={spgc.get('menu_id', '')}, the disc's category {pgc.cat} "
+                                 f"is {entry}")
+    for key, n in pgc.links.items():
+        want = "_Resume_" if n == 65535 else pgc_name(number, code, n) if n else ""
+        if spgc.get(key, "") != want:
+            fault(disc, "structure", f"{where}: {key} PGC {spgc.get(key, '')}, the disc's {n}")
+    if spgc["still_time"] != pgc.still:
+        fault(disc, "structure", f"{where}: PGC Still Time={spgc['still_time']}, the disc {pgc.still}")
+    if script_uop_bits(spgc.get("uop")) != uop_bits(pgc.uop):
+        fault(disc, "structure", f"{where}: UOP bits {sorted(script_uop_bits(spgc.get('uop')))}, the disc's mask "
+                                 f"{pgc.uop:08X} {sorted(uop_bits(pgc.uop))}")
+    for key, list_name in (("pre_command", "PRE"), ("post_command", "POST"), ("cell_command", "CELL")):
+        if len(spgc[key]) != len(pgc.commands[list_name]):
+            fault(disc, "structure", f"{where}: {len(spgc[key])} {key.replace('_', ' ')}s, "
+                                     f"the disc {len(pgc.commands[list_name])}")
+    starts = [sum(len(prog["cell"]) for prog in spgc["program"][:g]) + 1 for g in range(len(spgc["program"]))]
+    if starts != pgc.program_starts:
+        fault(disc, "structure", f"{where}: programs start at cells {starts}, the disc's at {pgc.program_starts}")
+    cells = cells_of(spgc)
+    if len(cells) != len(pgc.cells):
+        fault(disc, "structure", f"{where}: {len(cells)} cells, the disc {len(pgc.cells)}")
+        return
+    for n, (cell, dcell) in enumerate(zip(cells, pgc.cells), 1):
+        counts["cells"] += 1
+        counts["dummy cells"] += is_dummy_scene(cell["linked_scene"])
+        compare_cell(disc, folder, script, nav, source, number, f"{where} cell {n}", cell, dcell)
+
+
+def cell_frames(source, number, vob, cell):
+    """The frames of a menu cell: its IFO playback time, or for a cell the IFO
+    gives no time, the pictures ffprobe counts in its sectors."""
+    frames = source["cell_frames"].get((number, vob, cell))
+    if frames != 0 or (vob, cell) not in source["domains"][number]["cadt"]:
+        return frames
+    first, last = source["domains"][number]["cadt"][(vob, cell)]
+    name = "VIDEO_TS.VOB" if number == 0 else f"VTS_{number:02d}_0.VOB"
+    with open(os.path.join(source["folder"], name), "rb") as f:
+        f.seek(first * 2048)
+        piece = f.read((last + 1 - first) * 2048)
+    with tempfile.TemporaryDirectory() as tmp:
+        with open(os.path.join(tmp, "cell.vob"), "wb") as f:
+            f.write(piece)
+        return int(probe(os.path.join(tmp, "cell.vob"), "mpeg", "nb_read_frames").get("nb_read_frames", 0))
+
+
+def compare_cell(disc, folder, script, nav, source, number, label, cell, dcell):
+    """A script cell against the disc's: the VOB and cell its scene chain
+    carries, the scene's start in its VOB and UOP lines, still time and cell
+    command."""
+    if is_dummy_scene(cell["linked_scene"]):
+        note(disc, "structure", f"{label}: plays the domain's dummy still ({cell['linked_scene']}) for the disc's "
+                                f"VOB {dcell['vob']} cell {dcell['cell']}, judged a dummy: no chain to follow")
+    else:
+        chain = scene_source(script, folder, number, cell)
+        if chain != (dcell["vob"], dcell["cell"]):
+            fault(disc, "structure", f"{label}: the scene chain gives {chain}, the disc VOB {dcell['vob']} "
+                                     f"cell {dcell['cell']}")
+        scene = script.scenes.get(cell["linked_scene"], {})
+        # A scene of a whole VOB starts where the VOB's cells before it end.
+        before = [cell_frames(source, number, dcell["vob"], c) for c in range(1, dcell["cell"])]
+        if "time" in scene and None not in before:
+            ntsc = ";" not in scene["time"]
+            if abs(timecode_frames(scene["time"], ntsc) - sum(before)) > 1:
+                fault(disc, "structure", f"{label}: Scene Time={scene['time']}, the disc's cells before it in the "
+                                         f"VOB last {sum(before)} frames")
+        # A scene's UOP lines are the prohibited operations of its cell's first NAV pack.
+        packs = nav.get((number, dcell["vob"], dcell["cell"]), [])
+        scene_uops = script_uop_bits(scene.get("uop"))
+        if packs and scene_uops != uop_bits(int(packs[0]["UOP"], 16)):
+            fault(disc, "structure", f"{label}: scene UOP bits {sorted(scene_uops)}, the NAV pack's "
+                                     f"{packs[0]['UOP']}")
+    if cell["still_time"] != dcell["still"]:
+        fault(disc, "structure", f"{label}: Cell Still Time={cell['still_time']}, the disc {dcell['still']}")
+    if cell["cell_command"] != dcell["cmd"]:
+        fault(disc, "structure", f"{label}: Cell Command={cell['cell_command']}, the disc {dcell['cmd']}")
+
+
+def decode_jump(hexcmd):
+    """The link or jump of a raw command with the object it reaches, from the
+    DVD-Video command layout: a tuple (kind, numbers...) or None."""
+    b = bytes.fromhex(hexcmd)
+    sub = b[1] & 0x0F
+    link = (b[6] << 8 | b[7])
+    if b[0] == 0x20 or 0x40 <= b[0] <= 0x7F:  # a link, alone or behind a set command
+        if sub == 4:
+            return ("LinkPGCN", link & 0x7FFF)
+        if sub == 5:
+            return ("LinkPTTN", link & 0x3FF)
+        if sub == 6:
+            return ("LinkPGN", b[7] & 0x7F)
+        if sub == 7:
+            return ("LinkCN", b[7])
+        return None
+    if b[0] != 0x30:
+        return None
+    if sub == 2:
+        return ("JumpTT", b[5] & 0x7F)
+    if sub == 3:
+        return ("JumpVTS_TT", b[5] & 0x7F)
+    if sub == 5:
+        return ("JumpVTS_PTT", b[5] & 0x7F, (b[2] & 0x03) << 8 | b[3])
+    if sub in (6, 8):
+        verb = "JumpSS" if sub == 6 else "CallSS"
+        space = b[5] >> 6
+        if space == 0:
+            return (verb + " FP",)
+        if space == 1:
+            return (verb + " VMGM", b[5] & 0x0F)
+        if space == 2:
+            return (verb + " VTSM", b[4] if sub == 6 else 0, b[3], b[5] & 0x0F)
+        return (verb + " VMGM PGC", (b[2] << 8 | b[3]) & 0x7FFF, b[4] if sub == 8 else 0)
+    return None
+
+
+def title_pgc_program(source, vts, ttn, chapter):
+    return source["domains"].get(vts, {}).get("ptt", {}).get((ttn, chapter))
+
+
+def global_title(source, vts, ttn):
+    for number, place in source["titles"].items():
+        if place == (vts, ttn):
+            return number
+    return None
+
+
+def expected_target(jump, source, script, number, code, p, cells):
+    """What To Action should name for a jump from PGC p of language `code` of
+    title set `number`: (the object the disc reaches, or "" for a jump whose
+    command text names it; the text the writer's rule gives when it differs;
+    that rule)."""
+    kind = jump[0]
+    vmg_units = [unit for unit in source["domains"][0]["units"] if unit[1]]
+    if kind == "LinkPGCN":
+        return pgc_name(number, code, jump[1]), None, None
+    if kind == "LinkPGN":
+        return f"{pgc_name(number, code, p)}_G_{jump[1]}", None, None
+    if kind == "LinkCN":
+        n = jump[1]
+        return (f"{cells[n - 1]['name']}_c" if 0 < n <= len(cells) else "ERROR"), None, None
+    if kind == "JumpTT":
+        vts, ttn = source["titles"].get(jump[1], (0, 0))
+        return f"VTS_{vts}_T_{ttn}", None, None
+    if kind == "JumpVTS_TT":
+        return f"VTS_{number}_T_{jump[1]}", None, None
+    if kind == "JumpVTS_PTT":
+        place = title_pgc_program(source, number, jump[1], jump[2])
+        if place is None:
+            return "ERROR", None, None
+        return f"VTS_{number}_T_{jump[1]}_P_{place[0]}_G_{place[1]}", None, None
+    if kind in ("JumpSS VMGM PGC", "CallSS VMGM PGC"):
+        disc_object = pgc_name(0, vmg_units[0][0], jump[1]) if vmg_units else ""
+        if kind == "JumpSS VMGM PGC":
+            return disc_object, "", "\"JumpSS pgc_\" gets no target"
+        if jump[2] == 0:
+            return disc_object, "", "CallSS with RSM 0 reads \"pgc=\", so the \"pgc_\" marker misses"
+        languages = script.domains[0]["language"]
+        n, spec = jump[1], ""
+        for language in languages:  # PGCs numbered over the VMG's languages in order
+            if n <= len(language["pgc"]):
+                spec = f"VID_{language['language_name']}_P_{n}"
+                break
+            n -= len(language["pgc"])
+        return disc_object, spec, "CallSS names the VMG language by its name, the PGCs by its code"
+    return "", None, None
+
+
+def command_pairs(source, script, nav):
+    """Every script command with its raw bytes on the disc: (place, script
+    command, raw hex, title set, language code, PGC number, script cells)."""
+    for number, domain in sorted(source["domains"].items()):
+        sdomain = script.domains.get(number)
+        units = [unit for unit in domain["units"] if unit[1]]
+        if sdomain is None or len(sdomain["language"]) != len(units):
+            continue
+        for language, (code, pgcs) in zip(sdomain["language"], units):
+            for p, (spgc, pgc) in enumerate(zip(language["pgc"], pgcs), 1):
+                cells = cells_of(spgc)
+                for key, list_name in (("pre_command", "PRE"), ("post_command", "POST"), ("cell_command", "CELL")):
+                    if len(spgc[key]) == len(pgc.commands[list_name]):
+                        for command, raw in zip(spgc[key], pgc.commands[list_name]):
+                            yield command["name"], command, raw, number, code, p, cells
+                if len(cells) != len(pgc.cells):
+                    continue
+                for cell, dcell in zip(cells, pgc.cells):
+                    packs = nav.get((number, dcell["vob"], dcell["cell"]), [])
+                    for menu, pack in zip(cell.get("menu", []), packs):
+                        buttons = nav_buttons(pack)
+                        for command, button in zip(menu["command"], buttons):
+                            if button is not None:
+                                yield command["name"], command, button["cmd"], number, code, p, cells
+
+
+def check_targets(disc, source, script, nav):
+    """3a. Each link or jump of the raw bytes against its To Action."""
+    before = faults
+    checked = 0
+    for place, command, raw, number, code, p, cells in command_pairs(source, script, nav):
+        jump = decode_jump(raw)
+        if jump is None:
+            if command["to_action"] not in ("",):
+                fault(disc, "targets", f"{place}: \"{command['command']}\" ({raw}) reaches no object, "
+                                       f"To Action={command['to_action']}")
+            continue
+        checked += 1
+        want, spec, rule = expected_target(jump, source, script, number, code, p, cells)
+        got = command["to_action"]
+        button = "_m_" in place  # a button command's name is its menu's and "_m_" n
+        unresolved = got == "ERROR" if button else (command["command"], got) == ("Nop", "")
+        if want == "ERROR" and unresolved:
+            known(disc, "targets", f"{place}: {raw} ({jump[0]}) reaches nothing on the disc: \"{command['command']}\" "
+                                   f"To Action={got}", "an unresolved target makes a PGC list's command Nop and "
+                                                       "stays ERROR behind a button")
+        elif got == want:
+            if jump[0] == "LinkCN":
+                known(disc, "targets", f"{place}: LinkCN {jump[1]} names {got}",
+                      "a LinkCN target is the cell's scene name and \"_c\", which names nothing")
+        elif rule is not None and got == spec:
+            known(disc, "targets", f"{place}: \"{command['command']}\" reaches {want}, To Action={got}", rule)
+        else:
+            reach = want or "what its command text names"
+            fault(disc, "targets", f"{place}: \"{command['command']}\" ({raw}) reaches {reach}, To Action={got}")
+    summary(disc, "targets", before, f"{checked} links and jumps of the raw commands")
+
+
+UNAUTHOR_JUMPS = [  # dvdunauthor's statement, the jump it stands for (VMG, VTS)
+    (r"jump pgc tail$", None, None),
+    (r"jump pgc (\d+)$", "LinkPGCN", "LinkPGCN"),
+    (r"jump cell (\d+)$", "LinkCN", "LinkCN"),
+    (r"jump program (\d+)$", "LinkPGN", "LinkPGN"),
+    (r"jump chapter (\d+)$", "LinkPTTN", "LinkPTTN"),
+    (r"jump title (\d+) chapter (\d+)$", None, "JumpVTS_PTT"),
+    (r"jump title (\d+)$", "JumpTT", "JumpVTS_TT"),
+    (r"jump vmgm menu (\d+)$", "JumpSS VMGM PGC", "JumpSS VMGM PGC"),
+    (r"jump vmgm menu entry (\w+)$", "JumpSS VMGM", "JumpSS VMGM"),
+    (r"jump titleset (\d+) menu entry (\w+)$", "JumpSS VTSM", "JumpSS VTSM"),
+    (r"jump menu entry (\w+)$", "JumpSS VTSM", "JumpSS VTSM"),
+    (r"jump (?:vmgm )?fpc$", "JumpSS FP", "JumpSS FP"),
+    (r"call vmgm menu (\d+) resume (\d+)$", "CallSS VMGM PGC", "CallSS VMGM PGC"),
+    (r"call vmgm menu entry (\w+)(?: resume (\d+))?$", "CallSS VMGM", "CallSS VMGM"),
+    (r"call menu entry (\w+)(?: resume (\d+))?$", "CallSS VTSM", "CallSS VTSM"),
+]
+# dvdunauthor's menu entry words as menu types.
+ENTRIES = {"title": 2, "root": 3, "subtitle": 4, "audio": 5, "angle": 6, "ptt": 7}
+# The script's command texts that reach an object, in the writer's words.
+SCRIPT_JUMP = re.compile(r"LinkPGCN|LinkPGN|LinkCN|LinkPTT|JumpTT|JumpVTS_TT|JumpVTS_PTT|JumpSS|CallSS|SPECIAL_MENU_")
+
+
+def unauthor_jumps(text, vmg, unparsed):
+    """The jumps of a dvdunauthor command text that reach an object, in order,
+    as decode_jump's tuples; statements it cannot read go to `unparsed`."""
+    jumps = []
+    text = re.sub(r"<!--.*?-->", "", text or "", flags=re.S)
+    for statement in re.split(r"[;{}\n]", text):
+        statement = re.sub(r"^(?:if \(.*?\)|else)\s*", "", statement.strip())
+        if not re.match(r"(jump|call) ", statement):
+            continue
+        for pattern, at_vmg, at_vts in UNAUTHOR_JUMPS:
+            m = re.match(pattern, statement)
+            if m:
+                kind = at_vmg if vmg else at_vts
+                if kind is None and pattern != r"jump pgc tail$":
+                    unparsed.append(statement)
+                if kind is not None:
+                    numbers = (int(g) if g and g.isdigit() else ENTRIES.get(g, 0) for g in m.groups())
+                    jumps.append((kind, *numbers))
+                break
+        else:
+            unparsed.append(statement)
+    return jumps
+
+
+def read_unauthor(video_ts):
+    """dvdunauthor's listing: per title set, per language, per PGC the jumps of
+    its pre and post commands and, per VOB and highlight, of its buttons;
+    also the first-play jumps and the cells that carry commands."""
+    with tempfile.TemporaryDirectory() as tmp:
+        run(["dvdunauthor", video_ts], cwd=tmp, check=True)
+        root = ET.parse(os.path.join(tmp, "dvdauthor.xml")).getroot()
+    listing = {"domains": {}, "unparsed": [], "first_play": [], "cell_commands": 0}
+    parts = [(0, root.find("vmgm"))] + [(n, ts) for n, ts in enumerate(root.findall("titleset"), 1)]
+    for number, part in parts:
+        if part is None:
+            continue
+        vmg = number == 0
+        if vmg and part.find("fpc") is not None:
+            listing["first_play"] = unauthor_jumps(part.find("fpc").text, True, listing["unparsed"])
+        languages = listing["domains"][number] = []
+        for menus in part.findall("menus"):
+            pgcs = []
+            for pgc in menus.findall("pgc"):
+                sections = {"PRE": [], "VOBS": [], "POST": []}
+                if pgc.find("pre") is not None:
+                    sections["PRE"] = unauthor_jumps(pgc.find("pre").text, vmg, listing["unparsed"])
+                if pgc.find("post") is not None:
+                    sections["POST"] = unauthor_jumps(pgc.find("post").text, vmg, listing["unparsed"])
+                for vob in pgc.findall("vob"):  # per VOB, per highlight its buttons' jumps
+                    sections["VOBS"].append([[jump for button in buttons.findall("button")
+                                              for jump in unauthor_jumps(button.text, vmg, listing["unparsed"])]
+                                             for buttons in vob.findall("buttons")])
+                listing["cell_commands"] += sum(1 for cell in pgc.iter("cell") if (cell.text or "").strip())
+                pgcs.append(sections)
+            languages.append((menus.get("lang"), pgcs))
+    return listing
+
+
+def button_lists(disc, spgc, cells, dcells, vobs):
+    """The script's button commands of a PGC beside dvdunauthor's jumps: per
+    VOB of the PGC, its cells' menus in order against the VOB's highlights
+    (a highlight that lasts over several cells is listed once)."""
+    runs = []  # script menus per run of cells of one VOB
+    for cell, dcell in zip(cells, dcells):
+        if not runs or runs[-1][0] != dcell["vob"]:
+            runs.append((dcell["vob"], []))
+        runs[-1][1].extend(cell.get("menu", []))
+    if len(runs) != len(vobs):
+        fault(disc, "dvdunauthor", f"{spgc['name']}: {len(vobs)} VOBs listed, the script's cells play {len(runs)}")
+        return []
+    lists = []
+    for (vob, menus), highlights in zip(runs, vobs):
+        if not menus and any(highlights):
+            known(disc, "dvdunauthor", f"{spgc['name']} VOB {vob}: {sum(map(len, highlights))} button jumps listed, "
+                                       f"no menu in the script", NO_BITMAP)
+            continue
+        for i, menu in enumerate(menus):
+            jumps = highlights[min(i, len(highlights) - 1)] if highlights else []
+            lists.append((f"buttons of {menu['name']}", menu["command"], jumps))
+        if len(highlights) > len(menus):
+            known(disc, "dvdunauthor", f"{spgc['name']} VOB {vob}: {len(highlights)} highlights listed, "
+                                       f"{len(menus)} menus in the script", NO_BITMAP)
+    return lists
+
+
+def check_unauthor(disc, source, script, listing):
+    """3b. dvdunauthor's jumps, PGC by PGC, against the script's targets."""
+    before = faults
+    compared = 0
+    for statement in listing["unparsed"]:
+        note(disc, "dvdunauthor", f"a statement this check does not read: \"{statement}\"")
+    if listing["cell_commands"]:
+        note(disc, "dvdunauthor", f"{listing['cell_commands']} cells with commands: dvdunauthor lists them by "
+                                  f"cell, not as the PGC's table, so cell commands are left to the raw bytes")
+    first = [c["to_action"] for c in script.model["scenario"]["first_pgc"]["pre_command"]]
+    first_play = [expected_target(j, source, script, 0, "", 0, [])[0] or " ".join(map(str, j))
+                  for j in listing["first_play"]]
+    if first != first_play:
+        known(disc, "dvdunauthor", f"First PGC targets {first}, the disc's first play {first_play}",
+              "the First PGC is always \"JumpTT 1\"")
+    for number, languages in sorted(listing["domains"].items()):
+        sdomain = script.domains.get(number)
+        languages = [(code, pgcs) for code, pgcs in languages if pgcs]
+        if sdomain is None or [l["name"] for l in sdomain["language"]] != [code for code, _ in languages]:
+            fault(disc, "dvdunauthor", f"title set {number}: languages "
+                                       f"{[code for code, _ in languages]} against the script's")
+            continue
+        for language, (code, pgcs) in zip(sdomain["language"], languages):
+            dpgcs = dict(source["domains"][number]["units"]).get(code, [])
+            for p, (spgc, sections) in enumerate(zip(language["pgc"], pgcs), 1):
+                cells = cells_of(spgc)
+                lists = [("pre", spgc["pre_command"], sections["PRE"]),
+                         ("post", spgc["post_command"], sections["POST"])]
+                dcells = dpgcs[p - 1].cells if p <= len(dpgcs) else []
+                lists += button_lists(disc, spgc, cells, dcells, sections["VOBS"])
+                for what, commands, jumps in lists:
+                    targets = [c for c in commands if SCRIPT_JUMP.search(c["command"])]
+                    if len(targets) != len(jumps):
+                        fault(disc, "dvdunauthor", f"{spgc['name']} {what}: {len(jumps)} jumps listed, "
+                                                   f"{len(targets)} in the script")
+                        continue
+                    for command, jump in zip(targets, jumps):
+                        compared += 1
+                        want, spec, rule = expected_target(jump, source, script, number, code, p, cells)
+                        got = command["to_action"]
+                        if got != want and not (rule is not None and got == spec):
+                            fault(disc, "dvdunauthor", f"{command['name']}: \"{command['command']}\" listed as "
+                                                       f"{jump}, reaching {want or 'no named object'}; "
+                                                       f"To Action={got}")
+    summary(disc, "dvdunauthor", before, f"{compared} jumps compared PGC by PGC")
+
+
+def read_walk(video_ts):
+    """dvdnav-walk: [(menu place, [(button, rectangle, command, landing)])]."""
+    result = run([os.path.join(build, "tests", "dvdnav-walk"), video_ts], timeout=1800)
+    menus = []
+    for line in result.stdout.splitlines():
+        m = re.match(r"menu (\w+) vts (\d+) pgc (\d+) cell (\d+)$", line)
+        if m:
+            menus.append(((m.group(1), int(m.group(2)), int(m.group(3)), int(m.group(4))), []))
+            continue
+        m = re.match(r"\s+button (\d+): (\d+),(\d+)-(\d+),(\d+) cmd (\w+) -> (.*)$", line)
+        if m and menus:
+            rect = tuple(int(m.group(i)) for i in range(2, 6))
+            menus[-1][1].append((int(m.group(1)), rect, m.group(6), m.group(7)))
+    return menus
+
+
+def plain_jump(raw):
+    """The jump of a button command that lands without a condition on an object
+    the walk can tell, else None."""
+    jump = decode_jump(raw)
+    if jump is None or bytes.fromhex(raw)[1] >> 4 != 0:
+        return None
+    return jump if jump[0] in ("LinkPGCN", "JumpTT", "JumpVTS_TT", "JumpVTS_PTT", "JumpSS VMGM", "JumpSS VTSM",
+                               "JumpSS VMGM PGC") else None
+
+
+def named_landing(command, source):
+    """Where a script button command says it lands: (domain, title set,
+    "pgc" n | "entry" menu type | "title" global number, cell or None)."""
+    target, text = command["to_action"], command["command"]
+    m = re.fullmatch(r"VTS_(\d+)_T_(\d+)_P_(\d+)_G_(\d+)", target)
+    if m:
+        vts, ttn, pgc, pg = (int(g) for g in m.groups())
+        title = source["domains"].get(vts, {}).get("titles", {}).get(pgc)
+        cell = title.program_starts[pg - 1] if title and pg <= len(title.program_starts) else None
+        return "VTS", vts, "title", global_title(source, vts, ttn), cell
+    m = re.fullmatch(r"VTS_(\d+)_T_(\d+)", target)
+    if m:
+        return "VTS", int(m.group(1)), "title", global_title(source, int(m.group(1)), int(m.group(2))), None
+    m = re.fullmatch(r"VTS_(\d+)_(\w+?)_P_(\d+)", target)
+    if m:
+        return "VTSM", int(m.group(1)), "pgc", int(m.group(3)), None
+    m = re.fullmatch(r"VID_(\w+?)_P_(\d+)", target)
+    if m:
+        return "VMGM", 0, "pgc", int(m.group(2)), None
+    if target:
+        return None
+    m = re.search(r"JumpSS vts_(\d+), vts_ttn_\d+ : (\w+)$", text)
+    if m:
+        types = {v: k for k, v in JUMPSS_MENUS.items()}
+        return "VTSM", int(m.group(1)), "entry", types.get(m.group(2)), None
+    if re.search(r"JumpSS TitleMenu$", text):
+        return "VMGM", 0, "entry", 2, None
+    m = re.search(r"JumpSS pgc_(\d+)$", text)
+    if m:
+        return "VMGM", 0, "pgc", int(m.group(1)), None
+    return None
+
+
+def landing_matches(named, landing, source):
+    words = landing.split()
+    if named is None or len(words) < 7:
+        return False
+    domain, vts, how, number, cell = named
+    if words[0] != domain or int(words[2]) != vts:
+        return False
+    if cell is not None and int(words[6]) != cell:
+        return False
+    if how == "title":
+        return words[3] == "title" and int(words[4]) == number
+    if how == "pgc":
+        return words[3] == "pgc" and int(words[4]) == number
+    pgc = int(words[4])  # an entry PGC of the menu type, in any language unit
+    units = source["domains"].get(vts, {}).get("units", [])
+    return any(pgc <= len(pgcs) and pgcs[pgc - 1].cat == 0x80 | (number or 0) for _, pgcs in units)
+
+
+def walk_candidates(menu, button, rect, raw, source, script, nav):
+    """The script button commands that the walk's button is: the same PGC and
+    cell in a language unit whose NAV pack has this command and rectangle;
+    and whether such a cell's script cell has no menu."""
+    domain, vts, pgc, cell = menu
+    number = 0 if domain == "VMGM" else vts
+    sdomain = script.domains.get(number)
+    units = [unit for unit in source["domains"].get(number, {}).get("units", []) if unit[1]]
+    found, bare = [], False
+    for k, (code, pgcs) in enumerate(units):
+        if sdomain is None or k >= len(sdomain["language"]) or pgc > len(pgcs) or cell > len(pgcs[pgc - 1].cells):
+            continue
+        dcell = pgcs[pgc - 1].cells[cell - 1]
+        packs = [p for p in nav.get((number, dcell["vob"], dcell["cell"]), []) if int(p.get("BUTTONS", 0))]
+        if not packs:
+            continue
+        nbutton = nav_buttons(packs[0])[button - 1] if button <= len(nav_buttons(packs[0])) else None
+        if nbutton is None or nbutton["cmd"] != raw or (nbutton["x"][0], nbutton["y"][0], nbutton["x"][1],
+                                                         nbutton["y"][1]) != rect:
+            continue
+        spgcs = sdomain["language"][k]["pgc"]
+        scells = cells_of(spgcs[pgc - 1]) if pgc <= len(spgcs) else []
+        menus = scells[cell - 1].get("menu", []) if cell <= len(scells) else []
+        if menus and button <= len(menus[0]["command"]):
+            found.append(menus[0]["command"][button - 1])
+        bare = bare or not menus
+    return found, bare
+
+
+def check_walk(disc, source, script, nav, walk):
+    """4. Each plain button link or jump lands where the script says."""
+    before = faults
+    checked = pressed = 0
+    for menu, buttons in walk:
+        for button, rect, raw, landing in buttons:
+            pressed += 1
+            jump = plain_jump(raw)
+            if jump is None:
+                continue
+            label = f"{menu[0]} vts {menu[1]} pgc {menu[2]} cell {menu[3]} button {button}"
+            commands, bare = walk_candidates(menu, button, rect, raw, source, script, nav)
+            if not commands and bare:
+                known(disc, "walk", f"{label} ({raw}) lands on {landing}; the script's cell has no menu", NO_BITMAP)
+            elif not commands:
+                fault(disc, "walk", f"{label} ({raw}): no script button command found for it")
+                continue
+            for command in commands:
+                checked += 1
+                named = named_landing(command, source)
+                if not landing_matches(named, landing, source):
+                    fault(disc, "walk", f"{label}: {command['name']} \"{command['command']}\" To Action="
+                                        f"{command['to_action']} names {named}, the disc lands on {landing}")
+    if any(len([u for u in d["units"] if u[1]]) > 1 for d in source["domains"].values()):
+        note(disc, "walk", "libdvdnav does not tell which language unit a menu PGC is in: a landing is compared "
+                           "by domain, title set and PGC number, the pressed button found by its NAV bytes")
+    summary(disc, "walk", before, f"{len(walk)} menus walked, {pressed} buttons pressed, {checked} plain links "
+                                  f"and jumps compared with their landing")
+
+
+def nibbles(word):
+    return [word >> (28 - 4 * i) & 0xF for i in range(8)]
+
+
+def four(values):
+    return " ".join(str(v) for v in values)
+
+
+def check_highlights(disc, script, nav, played):
+    """5. Each highlight play against the PCI of its cell's NAV pack."""
+    before = faults
+    plays = buttons_checked = 0
+    covered = set()
+    for folder_name, track in script.tracks:
+        if not track["highlight"]:
+            continue
+        number = 0 if folder_name == "VMG Tracks" else int(folder_name.split()[0].split("_")[1])
+        for play in track["highlight"]:
+            names = [b["name"] for b in play["button"]]
+            m = re.search(r"_(\d{3})_(\d{3})_btn_(\d+)_(\d+)$", names[0]) if names else None
+            if m is None:
+                note(disc, "highlights", f"{track['name']} line {play['line']}: a dummy highlight "
+                                         f"({names[0] if names else 'no button'}), no NAV pack to compare")
+                continue
+            vob, cell, bitmap = int(m.group(1)), int(m.group(2)), int(m.group(3))
+            covered.add((number, vob, cell))
+            packs = nav.get((number, vob, cell), [])
+            label = f"{track['name']} bitmap {bitmap} (VOB {vob} cell {cell})"
+            if len(packs) < bitmap:
+                fault(disc, "highlights", f"{label}: the cell has {len(packs)} NAV packs")
+                continue
+            plays += 1
+            buttons_checked += compare_highlight(disc, label, play, packs[bitmap - 1])
+    for key, packs in sorted(nav.items()):
+        with_buttons = [p for p in packs if int(p.get("BUTTONS", 0))]
+        if with_buttons and key not in covered and key in played:
+            known(disc, "highlights", f"title set {key[0]} VOB {key[1]} cell {key[2]}: {len(with_buttons)} NAV packs "
+                                      f"with {with_buttons[0]['BUTTONS']} buttons, no highlight play", NO_BITMAP)
+    summary(disc, "highlights", before, f"{plays} highlight plays, {buttons_checked} buttons against the NAV "
+                                        f"packs' PCI")
+
+
+def compare_highlight(disc, label, play, pack):
+    """The fields of one highlight play against one PCI; returns the buttons
+    compared."""
+    if int(pack["HLI"]) == 0:
+        fault(disc, "highlights", f"{label}: its NAV pack has no highlight information")
+        return 0
+    groups = int(pack["GROUPS"])
+    expect = {
+        "buttons": int(pack["BUTTONS"]), "offset": int(pack["OFFSET"]), "numerical": int(pack["NUMERIC"]),
+        "forced_selected": str(int(pack["FOSL"]) or "Nonexistent"),
+        "forced_activated": str(int(pack["FOAC"]) or "Nonexistent"),
+        "button_modes": "/".join(BUTTON_MODES[d] for d in pack["modes"]),
+    }
+    got = {"buttons": len(play["button"]), "offset": play["offset"], "numerical": play["numerical"],
+           "forced_selected": play["forced_selected"], "forced_activated": play["forced_activated"],
+           "button_modes": play["button_modes"]}
+    for key in expect:
+        if str(expect[key]) != str(got[key]):
+            fault(disc, "highlights", f"{label}: {key} {got[key]}, the PCI {expect[key]}")
+    for g, group in enumerate(play["colour_group"][:3]):
+        for state, word in (("selection", pack["colit"][2 * g]), ("action", pack["colit"][2 * g + 1])):
+            n = nibbles(word)
+            colours, contrasts = four(v + 1 for v in n[:4]), four(PERCENT[v] for v in n[4:])
+            if group[state + "_colour"] != colours or group[state + "_contrast"] != contrasts:
+                fault(disc, "highlights", f"{label}: Button Color {g + 1} {state} {group[state + '_colour']} / "
+                                          f"{group[state + '_contrast']} %, the PCI {colours} / {contrasts} %")
+    compared = 0
+    for b, button in enumerate(play["button"], 1):
+        nav_button = pack["buttons"].get((1, b))
+        if nav_button is None:
+            continue
+        compared += 1
+        areas = []
+        for n in range(1, 4):
+            area = pack["buttons"].get((min(n, groups), b), nav_button)
+            areas.append(f"{area['x'][0]},{area['y'][0]}-{area['x'][1]},{area['y'][1]}")
+        number = lambda name: int(re.search(r"_(\d+)$", name).group(1)) if re.search(r"_(\d+)$", name) else 0
+        want = {"number": b, "colour": nav_button["colour"], "auto": "yes" if nav_button["auto"] == 1 else "no",
+                "areas": " ".join(areas), "left": nav_button["left"], "right": nav_button["right"],
+                "up": nav_button["up"], "down": nav_button["down"]}
+        have = {"number": button["number"], "colour": button["colour"], "auto": button["auto"],
+                "areas": button["areas"], "left": number(button["left"]), "right": number(button["right"]),
+                "up": number(button["up"]), "down": number(button["down"])}
+        for key in want:
+            if want[key] != have[key]:
+                fault(disc, "highlights", f"{label} {button['name']}: {key} {have[key]}, the PCI {want[key]}")
+    return compared
+
+
+def probe(path, form, entries):
+    """ffprobe's first stream of a file read as `form` (a lone still is too
+    short for ffprobe to guess its format)."""
+    streams = "a:0" if form == "ac3" else "v:0"
+    out = run(["ffprobe", "-v", "error", "-f", form, "-select_streams", streams, "-count_frames", "-show_entries",
+               "stream=" + entries, "-of", "json", path])
+    streams = json.loads(out.stdout or "{}").get("streams", [])
+    return streams[0] if streams else {}
+
+
+def timecode_frames(code, ntsc):
+    h, m, s, f = (int(x) for x in re.split("[:;]", code))
+    if not ntsc:
+        return ((h * 60 + m) * 60 + s) * 25 + f
+    minutes = h * 60 + m
+    return (minutes * 60 + s) * 30 + f - 2 * (minutes - minutes // 10)
+
+
+def item_domain(name):
+    m = re.match(r"VTS_(\d+)_", name)
+    return int(m.group(1)) if m else 0
+
+
+def zero_time_vob(source, name):
+    """Whether every cell of the item's VOB has a zero playback time in the
+    IFO (a VOB the IFO makes a dummy)."""
+    m = re.match(r"(?:VID|VTS_(\d+))_(\d{3})$", name)
+    if m is None:
+        return False
+    number, vob = int(m.group(1) or 0), int(m.group(2))
+    times = [cell["time"] for _, pgcs in source["domains"].get(number, {}).get("units", []) for pgc in pgcs
+             for cell in pgc.cells if cell["vob"] == vob]
+    return bool(times) and all(int(t[:6], 16) == 0 and int(t[6:], 16) & 0x3F == 0 for t in times)
+
+
+def check_video_audio(disc, folder, script, source):
+    """6a. ffprobe on the video, still and audio items."""
+    before = faults
+    counts = {"motion": 0, "still": 0, "audio": 0}
+    first_audio = {}
+    for name, item in script.items.items():
+        path = local_path(folder, item["file"])
+        if item["kind"] in ("video", "still"):
+            if path is None:
+                note(disc, "media", f"{name}: {item['file']} is not there to probe")
+                continue
+            stream = probe(path, "mpegvideo", "width,height,display_aspect_ratio,nb_read_frames")
+            dar = "16:9" if item.get("aspect", "").startswith("16") else "4:3"
+            if (stream.get("width"), stream.get("height")) != (item.get("width"), item.get("height")):
+                fault(disc, "media", f"{name}: {item.get('width')}x{item.get('height')}, ffprobe "
+                                     f"{stream.get('width')}x{stream.get('height')}")
+            if stream.get("display_aspect_ratio") != dar:
+                fault(disc, "media", f"{name}: Aspect Ratio={item.get('aspect')}, ffprobe "
+                                     f"{stream.get('display_aspect_ratio')}")
+            if item["kind"] == "video":
+                counts["motion"] += 1
+                frames = int(stream.get("nb_read_frames", 0))
+                end = timecode_frames(item["end"], ";" not in item["end"])
+                if abs(frames - end) > 1 and end == 0 and zero_time_vob(source, name):
+                    known(disc, "media", f"{name}: Data End Time={item['end']}, ffprobe {frames} frames: the IFO "
+                                         f"gives its cells no time",
+                          "a VOB whose cells the IFO gives no time is a dummy only while no real PGC uses it")
+                elif abs(frames - end) > 1:
+                    fault(disc, "media", f"{name}: Data End Time={item['end']} ({end} frames), ffprobe {frames}")
+            else:
+                counts["still"] += 1
+        elif item["kind"] == "audio":
+            counts["audio"] += 1
+            if path is None:
+                fault(disc, "media", f"{name}: {item['file']} is not there to probe")
+                continue
+            stream = probe(path, "ac3", "codec_name,bit_rate,channels,channel_layout,duration")
+            # An audio length leaves out the file's last AC3 frame (32 ms), as a
+            # video end time names the last frame rather than the one after it.
+            ntsc = ";" not in item["end"]
+            length = (float(stream.get("duration", 0)) - 0.032) * (30000 / 1001 if ntsc else 25)
+            if abs(length - timecode_frames(item["end"], ntsc)) > 1:
+                fault(disc, "media", f"{name}: Data End Time={item['end']}, ffprobe {stream.get('duration')} s")
+            lfe = "LFE" in stream.get("channel_layout", "") or stream.get("channel_layout", "").endswith(".1")
+            front, rear = (int(x) for x in item["channels"].split(":"))
+            own = (int(stream.get("bit_rate", 0)), int(stream.get("channels", 0)), "yes" if lfe else "no")
+            named = (item["bit_rate"], front + rear + (1 if item["lfe"] == "yes" else 0), item["lfe"])
+            first = first_audio.setdefault(item_domain(name), (name, own))
+            if stream.get("codec_name") != "ac3":
+                fault(disc, "media", f"{name}: ffprobe finds {stream.get('codec_name')}, not AC3")
+            elif named != own and named == first[1]:
+                known(disc, "media", f"{name}: bit rate, channels, LFE {named} are those of {first[0]}; "
+                                     f"its own stream has {own}",
+                      "the first good AC3 stream of a domain sets them for all its audio items")
+            elif named != own:
+                fault(disc, "media", f"{name}: bit rate, channels, LFE {named}, ffprobe {own}")
+    summary(disc, "media", before, f"{counts['motion']} motion video items, {counts['still']} stills, "
+                      f"{counts['audio']} audio items probed")
+
+
+def played_cells(source, script):
+    """The disc's (title set, VOB id, cell id) that script cells play, and
+    those for which they play the domain's dummy still."""
+    played, dummies = set(), set()
+    for number, domain in source["domains"].items():
+        sdomain = script.domains.get(number)
+        units = [unit for unit in domain["units"] if unit[1]]
+        if sdomain is None or len(sdomain["language"]) != len(units):
+            continue
+        for language, (_, pgcs) in zip(sdomain["language"], units):
+            for spgc, pgc in zip(language["pgc"], pgcs):
+                for cell, dcell in zip(cells_of(spgc), pgc.cells):
+                    (dummies if is_dummy_scene(cell["linked_scene"]) else played).add(
+                        (number, dcell["vob"], dcell["cell"]))
+    return played, dummies
+
+
+def check_subpictures(disc, source, script, video_ts):
+    """6b. spuunmux's SPUs per played cell and subpicture stream the cell
+    carries against the subpicture items (cells judged dummies aside)."""
+    before = faults
+    items = {}
+    for item in script.items.values():
+        m = re.search(r"\\(D_VIDEO_TS|D_VTS_(\d\d)_0)\\SUBTITLES\\P\d+_S(\d+)_\d+_V(\d+)_C(\d+)\.bmp$", item["file"],
+                      re.I)
+        if item["kind"] == "sub-picture" and m:
+            key = (int(m.group(2) or 0), int(m.group(4)), int(m.group(5)), int(m.group(3)))
+            items[key] = items.get(key, 0) + 1
+    played, dummies = played_cells(source, script)
+    totals = {}  # (title set, stream): [SPUs, items]
+    for number, domain in sorted(source["domains"].items()):
+        vob_file = os.path.join(video_ts, "VIDEO_TS.VOB" if number == 0 else f"VTS_{number:02d}_0.VOB")
+        if not domain["cadt"] or not os.path.exists(vob_file):
+            continue
+        with open(vob_file, "rb") as f:
+            data = f.read()
+        for (vob, cell), (first, last) in sorted(domain["cadt"].items()):
+            piece = data[first * 2048:(last + 1) * 2048]
+            streams = subpicture_streams(piece) | {s for (n, v, c, s) in items if (n, v, c) == (number, vob, cell)}
+            for stream in sorted(streams):
+                spus, made = count_spus(piece, stream), items.get((number, vob, cell, stream), 0)
+                where = f"title set {number} VOB {vob} cell {cell} stream {stream}"
+                if (number, vob, cell) not in played:
+                    why = "judged a dummy" if (number, vob, cell) in dummies else "that no PGC plays"
+                    note(disc, "subpictures", f"{where}: {spus} SPUs in a cell {why}, {made} items")
+                    continue
+                total = totals.setdefault((number, stream), [0, 0])
+                total[0] += spus
+                total[1] += made
+                if spus != made:
+                    fault(disc, "subpictures", f"{where}: spuunmux {spus} SPUs, {made} subpicture items")
+    summary(disc, "subpictures", before, "; ".join(f"title set {n} stream {s}: {t[0]} SPUs, {t[1]} items"
+                                                  for (n, s), t in sorted(totals.items())) or "no subpictures")
+
+
+def subpicture_streams(piece):
+    """The subpicture streams (0 to 31) whose packs stand in a piece of a VOB:
+    private stream 1 packets with substream ids 0x20 to 0x3F."""
+    found = set()
+    for offset in range(0, len(piece) - 2047, 2048):
+        pack = piece[offset:offset + 2048]
+        if pack[:4] != b"\x00\x00\x01\xba":
+            continue
+        pes = 14 + (pack[13] & 7)
+        if pack[pes:pes + 4] == b"\x00\x00\x01\xbd" and 0x20 <= pack[pes + 9 + pack[pes + 8]] <= 0x3F:
+            found.add(pack[pes + 9 + pack[pes + 8]] - 0x20)
+    return found
+
+
+def count_spus(piece, stream):
+    with tempfile.TemporaryDirectory() as tmp:
+        with open(os.path.join(tmp, "piece.vob"), "wb") as f:
+            f.write(piece)
+        run(["spuunmux", "-o", "s", "-s", str(stream), "piece.vob"], cwd=tmp)
+        xml_path = os.path.join(tmp, "s.xml")
+        return open(xml_path).read().count("<spu ") if os.path.exists(xml_path) else 0
+
+
+# ------------------------------------------------------------------ main
+
+
+def main():
+    discs = sorted(d for d in os.listdir(fixtures)
+                   if d != "pal-titles-only-lpcm" and os.path.isdir(os.path.join(fixtures, d, "VIDEO_TS")))
+    for disc in discs:
+        video_ts = os.path.join(fixtures, disc, "VIDEO_TS")
+        folder, path = run_job(disc)
+        if path is None:
+            fault(disc, "job", f"no Batch_1\\ScenaristScript30_1.SCP (see {folder}/cli.out)")
+            continue
+        script = check_lint(disc, folder, path)
+        if script is None:
+            continue
+        try:
+            source, nav = read_dvdread(video_ts), read_nav(video_ts)
+        except subprocess.CalledProcessError as error:
+            fault(disc, "dvdread", f"dvdread-dump failed: {error.stderr.strip()}")
+            continue
+        checks = [
+            ("structure", lambda: check_structure(disc, folder, script, source, nav)),
+            ("targets", lambda: check_targets(disc, source, script, nav)),
+            ("dvdunauthor", lambda: check_unauthor(disc, source, script, read_unauthor(video_ts))),
+            ("walk", lambda: check_walk(disc, source, script, nav, read_walk(video_ts))),
+            ("highlights", lambda: check_highlights(disc, script, nav, played_cells(source, script)[0])),
+            ("media", lambda: check_video_audio(disc, folder, script, source)),
+            ("subpictures", lambda: check_subpictures(disc, source, script, video_ts)),
+        ]
+        for name, check in checks:
+            try:
+                check()
+            except (KeyError, IndexError, ValueError, OSError, subprocess.SubprocessError) as error:
+                fault(disc, name, f"the check could not be made: {type(error).__name__} {error}")
+    print(f"{faults} faults")
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main()
