@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -439,6 +440,33 @@ std::string ReadHostFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// The still cells 4 to 594 of VTS 1 are data items alike but for their
+// number. Where each is item 3 renumbered, they stand in the golden as one
+// line; any other difference keeps them all, for the comparison to show.
+std::string WithoutAlikeItems(const std::string& text) {
+    const auto itemStart = [&](int cell) -> std::size_t {
+        char name[32];
+        std::snprintf(name, sizeof name, "Name=VTS_1_001_%03d\r\n", cell);
+        const std::size_t at = text.find(name);
+        if (at == std::string::npos) return at;
+        return text.rfind('\n', text.rfind("Item=Encoded Still", at)) + 1;
+    };
+    const std::size_t model = itemStart(3);
+    const std::size_t first = itemStart(4);
+    const std::size_t end = itemStart(595);
+    if (model == std::string::npos || first == std::string::npos || end == std::string::npos) return text;
+    const std::string item3 = text.substr(model, first - model);
+    for (int cell = 4, at = static_cast<int>(first); cell < 595; ++cell) {
+        char number[8];
+        std::snprintf(number, sizeof number, "_%03d", cell);
+        const std::string expected = Replaced(item3, "_003", number);
+        if (text.compare(static_cast<std::size_t>(at), expected.size(), expected) != 0) return text;
+        at += static_cast<int>(expected.size());
+    }
+    return text.substr(0, first) + "\t\t\t\t(items VTS_1_001_004 to VTS_1_001_594: item VTS_1_001_003 renumbered)\r\n" +
+           text.substr(end);
+}
+
 // Where two texts part: the first line that differs, both ways.
 std::string FirstDifference(const std::string& written, const std::string& golden) {
     std::istringstream a(written), b(golden);
@@ -492,7 +520,7 @@ TEST(HandScripts, TwoBatchesMatchTheirGoldensAndReadBackAsTheDisc) {
         SCOPED_TRACE("batch " + std::to_string(b));
         const std::string number = std::to_string(b);
         const std::string relative = "Job/Batch_" + number + "/ScenaristScript30_" + number + ".SCP";
-        const std::string written = Replaced(f.temp.Read(relative), "K:\\Job", "@ROOT@");
+        const std::string written = WithoutAlikeItems(Replaced(f.temp.Read(relative), "K:\\Job", "@ROOT@"));
         const std::string golden = kGoldenFolder + "hand-batch-" + number + ".SCP";
         if (update) std::ofstream(golden, std::ios::binary) << written;
         const std::string expected = ReadHostFile(golden);
@@ -525,7 +553,8 @@ TEST(HandScripts, TheFixtureGoldensReadBackClean) {
     int scripts = 0;
     for (const auto& entry : std::filesystem::directory_iterator(kGoldenFolder)) {
         const std::string name = entry.path().filename().string();
-        if (entry.path().extension() != ".SCP") continue;
+        // The hand goldens are read back whole where they are written.
+        if (entry.path().extension() != ".SCP" || name.rfind("hand-", 0) == 0) continue;
         SCOPED_TRACE(name);
         f.temp.Write(name, ReadHostFile(entry.path().string()));
         ScriptDiagnostics diagnostics(1 << 20);  // every missing file listed with its path
