@@ -513,13 +513,13 @@ def expected_target(jump, source, script, number, code, p, cells):
         if jump[2] == 0:
             return disc_object, "", "CallSS with RSM 0 reads \"pgc=\", so the \"pgc_\" marker misses"
         languages = script.domains[0]["language"]
-        n, spec = jump[1], ""
+        n, as_written = jump[1], ""
         for language in languages:  # PGCs numbered over the VMG's languages in order
             if n <= len(language["pgc"]):
-                spec = f"VID_{language['language_name']}_P_{n}"
+                as_written = f"VID_{language['language_name']}_P_{n}"
                 break
             n -= len(language["pgc"])
-        return disc_object, spec, "CallSS names the VMG language by its name, the PGCs by its code"
+        return disc_object, as_written, "CallSS names the VMG language by its name, the PGCs by its code"
     return "", None, None
 
 
@@ -561,7 +561,7 @@ def check_targets(disc, source, script, nav):
                                        f"To Action={command['to_action']}")
             continue
         checked += 1
-        want, spec, rule = expected_target(jump, source, script, number, code, p, cells)
+        want, as_written, rule = expected_target(jump, source, script, number, code, p, cells)
         got = command["to_action"]
         button = "_m_" in place  # a button command's name is its menu's and "_m_" n
         unresolved = got == "ERROR" if button else (command["command"], got) == ("Nop", "")
@@ -573,7 +573,7 @@ def check_targets(disc, source, script, nav):
             if jump[0] == "LinkCN":
                 known(disc, "targets", f"{place}: LinkCN {jump[1]} names {got}",
                       "a LinkCN target is the cell's scene name and \"_c\", which names nothing")
-        elif rule is not None and got == spec:
+        elif rule is not None and got == as_written:
             known(disc, "targets", f"{place}: \"{command['command']}\" reaches {want}, To Action={got}", rule)
         else:
             reach = want or "what its command text names"
@@ -727,9 +727,9 @@ def check_unauthor(disc, source, script, listing):
                         continue
                     for command, jump in zip(targets, jumps):
                         compared += 1
-                        want, spec, rule = expected_target(jump, source, script, number, code, p, cells)
+                        want, as_written, rule = expected_target(jump, source, script, number, code, p, cells)
                         got = command["to_action"]
-                        if got != want and not (rule is not None and got == spec):
+                        if got != want and not (rule is not None and got == as_written):
                             fault(disc, "dvdunauthor", f"{command['name']}: \"{command['command']}\" listed as "
                                                        f"{jump}, reaching {want or 'no named object'}; "
                                                        f"To Action={got}")
