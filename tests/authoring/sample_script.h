@@ -13,10 +13,10 @@
 namespace kestrova::test {
 
 struct SampleScriptShape {
-    int Languages = 1;  // "en", "fr", "de", ...
+    int Languages = 2;  // "en", "fr", "de", ...
     int PgcsPerLanguage = 2;
-    int StillCells = 3;  // spread over the PGCs of every language, round robin
-    int Buttons = 2;     // per still cell
+    int StillCells = 5;  // spread over the PGCs of every language, round robin
+    int Buttons = 4;     // per still cell
     std::string Root = "K:\\JOB";
 };
 
