@@ -13,10 +13,10 @@
 namespace kestrova::test {
 
 struct SampleScriptShape {
-    int Languages = 1;  // "en", "fr", "de", ...
+    int Languages = 2;  // "en", "fr", "de", ...
     int PgcsPerLanguage = 2;
-    int StillCells = 3;  // spread over the PGCs of every language, round robin
-    int Buttons = 2;     // per still cell
+    int StillCells = 5;  // spread over the PGCs of every language, round robin
+    int Buttons = 4;     // per still cell
     std::string Root = "K:\\JOB";
 };
 
@@ -72,6 +72,9 @@ private:
         Line(depth, "{");
     }
     void Close(int depth) { Line(depth, "}"); }
+    void Close(int from, int to) {
+        for (int depth = from; depth >= to; --depth) Close(depth);
+    }
     void Empty(int depth, const std::string& text) {
         Open(depth, text);
         Close(depth);
@@ -87,28 +90,20 @@ private:
         Line(0, "}    ");
     }
 
+    // The lines an encoded still and a motion video item share, opened.
+    void EncodedItem(const std::string& item, const std::string& name, const std::string& drop,
+                     const std::string& end, const std::string& file, const std::string& aspect,
+                     const std::string& bitRate) {
+        Open(4, item);
+        Lines(5, {"Place Holder=No", "Comment=", "Name=" + name, "Resolution=NTSC", "Drop Type=" + drop,
+                  "Data Start Time=00:00:00:00", "Data End Time=" + end, "File=" + file, "Width=720", "Height=480",
+                  "Is Encoded=Yes", "Encode Type=MPEG 2", "Size=720 x 480", "Aspect Ratio=" + aspect,
+                  "Picture Structure=Frame Structure", "GOP Size=15 frames", "GOP Structure=N/A",
+                  "Bit rate=" + bitRate, "Average Bitrate=6000000", "Minimum Bitrate=4000000"});
+    }
+
     void StillItem(const std::string& name, const std::string& file) {
-        Open(4, "Item=Encoded Still");
-        Lines(5, {"Place Holder=No",
-                  "Comment=",
-                  "Name=" + name,
-                  "Resolution=NTSC",
-                  "Drop Type=Non-drop frame",
-                  "Data Start Time=00:00:00:00",
-                  "Data End Time=00:00:09:29",
-                  "File=" + file,
-                  "Width=720",
-                  "Height=480",
-                  "Is Encoded=Yes",
-                  "Encode Type=MPEG 2",
-                  "Size=720 x 480",
-                  "Aspect Ratio=4 : 3",
-                  "Picture Structure=Frame Structure",
-                  "GOP Size=15 frames",
-                  "GOP Structure=N/A",
-                  "Bit rate=4587200",
-                  "Average Bitrate=6000000",
-                  "Minimum Bitrate=4000000"});
+        EncodedItem("Item=Encoded Still", name, "Non-drop frame", "00:00:09:29", file, "4 : 3", "4587200");
         Close(4);
     }
 
@@ -120,39 +115,15 @@ private:
         Lines(3, {"Name=Video Assets"});
         Open(3, "Data=List");
         for (int k = 1; k <= shape_.StillCells; ++k) StillItem(Still(k), StillFile(shape_, k));
-        Open(4, "Item=Video");
-        Lines(5, {"Place Holder=No",
-                  "Comment=",
-                  "Name=" + Video(),
-                  "Resolution=NTSC",
-                  "Drop Type=Drop frame",
-                  "Data Start Time=00:00:00:00",
-                  "Data End Time=00:00:20:00",
-                  "File=" + shape_.Root + "\\NEW_M2V\\021.m2v",
-                  "Width=720",
-                  "Height=480",
-                  "Is Encoded=Yes",
-                  "Encode Type=MPEG 2",
-                  "Size=720 x 480",
-                  "Aspect Ratio=16 : 9",
-                  "Picture Structure=Frame Structure",
-                  "GOP Size=15 frames",
-                  "GOP Structure=N/A",
-                  "Bit rate=9800000",
-                  "Average Bitrate=6000000",
-                  "Minimum Bitrate=4000000",
-                  "Bitrate Type=Variable",
-                  "Icon Time=00:00:00:00",
-                  "Line21 Switch1=No",
-                  "Line21 File1=",
-                  "Line21 Switch2=No",
-                  "Line21 File2="});
+        EncodedItem("Item=Video", Video(), "Drop frame", "00:00:20:00", shape_.Root + "\\NEW_M2V\\021.m2v", "16 : 9",
+                    "9800000");
+        Lines(5, {"Bitrate Type=Variable", "Icon Time=00:00:00:00", "Line21 Switch1=No", "Line21 File1=",
+                  "Line21 Switch2=No", "Line21 File2="});
         Close(4);
         StillItem("VID_Dummy", shape_.Root + "\\Title_Dummy.m2v");
         StillItem("VTS1_Dummy", shape_.Root + "\\NEW_M2V\\Dummy.m2v");
         StillItem("Title_Dummy", shape_.Root + "\\Title_Dummy.m2v");
-        Close(3);
-        Close(2);
+        Close(3, 2);
 
         Open(2, "Item=Data Folder");
         Line(3, "Name=Audio Assets");
@@ -162,9 +133,7 @@ private:
                   "Data Start Time=00:00:00:00", "Data End Time=00:00:20:00",
                   "File=" + shape_.Root + "\\DEMUXED\\1-021.ac3", "Audio Type=AC3", "Bit rate=448000", "Channel=3/2",
                   "LFE On=Yes"});
-        Close(4);
-        Close(3);
-        Close(2);
+        Close(4, 2);
 
         Open(2, "Item=Data Folder");
         Line(3, "Name=SubPicture Assets");
@@ -184,8 +153,7 @@ private:
                 Lines(7, {"Red=and", "Green=and", "Blue=and"});
                 Open(7, "RGB Color=RGB");
                 Lines(8, {"Red=0", "Green=0", "Blue=255"});
-                Close(7);
-                Close(6);
+                Close(7, 6);
             }
             Close(5);
             Open(5, "Data Stream=DCS Stream");
@@ -202,15 +170,11 @@ private:
             Close(7);
             ColorSet(7, "Color=Color", "", 1);
             ColorSet(7, "Contrast=Contrast", " %", 100);
-            Close(6);
-            Close(5);
+            Close(6, 5);
             Lines(5, {"Size Type=720 x 480", "Type=menu", "Image Type=Image"});
             Close(4);
         }
-        Close(3);
-        Close(2);
-        Close(1);
-        Close(0);
+        Close(3, 0);
     }
 
     void ColorSet(int depth, const std::string& opener, const std::string& unit, int value) {
@@ -246,13 +210,11 @@ private:
         Open(6, "Item=Scene");
         Lines(7, {"Name=" + name + "_scn", "Color Palette=DefaultPalette", "Angle Type=Seamless",
                   "Scene Time=00:00:00:00"});
-        Close(6);
-        Close(5);
+        Close(6, 5);
         Open(5, "Still Stream=Slide Menu Stream");
         StillPlay(6, "Item=Still Menu Play", data);
         Line(6, "Stream Number=0");
-        Close(5);
-        Close(4);
+        Close(5, 4);
     }
 
     std::string Button(int k, int b) const { return Still(k) + "_btn_1_" + std::to_string(b); }
@@ -277,8 +239,7 @@ private:
                       "Subpicture Repeat=No", "Repeat Interval=2"});
             Close(7);
             Lines(7, {"Stream Number=1", "Display Mode=Normal", "Language=English"});
-            Close(6);
-            Close(5);
+            Close(6, 5);
             Open(5, "Highlight Stream=Highlight Stream");
             Open(6, "Item=Highlight Play");
             Lines(7, {"Data=", "Start Time To Video=00:00:00:00", "Resolution=NTSC", "Drop Type=Non-drop frame",
@@ -321,8 +282,7 @@ private:
             Open(5, "Still Stream=Slide Menu Stream");
             StillPlay(6, "Item=Still Menu Play", Still(k));
             Line(6, "Stream Number=0");
-            Close(5);
-            Close(4);
+            Close(5, 4);
         }
         // The motion menu: one track, a scene per cell, with its audio.
         Open(4, "Item=Video Track");
@@ -334,8 +294,7 @@ private:
                   "Drop Type=Drop frame", "Duration=00:00:20:00"});
         Close(7);
         Lines(7, {"Stream Number=1", "Language=en", "Synchronization=Yes"});
-        Close(6);
-        Close(5);
+        Close(6, 5);
         Empty(5, "Sub-Picture Streams=List");
         Scenes({Video() + "_t_scn_1", Video() + "_t_scn_2"});
         Open(5, "Video Stream=Main Video Stream");
@@ -344,20 +303,14 @@ private:
                   "Start Time=00:00:00:00", "Duration=00:00:20:00"});
         Close(6);
         Line(6, "Stream Number=0");
-        Close(5);
-        Close(4);
-        Close(3);
-        Close(2);
+        Close(5, 2);
         Open(2, "Item=Track Folder");
         Line(3, "Name=Dummy Tracks");
         Open(3, "Tracks=List");
         DummyTrack("Dummy_VTS_1_T_1_P_1_G_1", "Title_Dummy");
         DummyTrack("VID_Dummy_Menu_t", "VID_Dummy");
         DummyTrack("VTS1_Dummy_Menu_t", "VTS1_Dummy");
-        Close(3);
-        Close(2);
-        Close(1);
-        Close(0);
+        Close(3, 0);
     }
 
     void Command(int depth, const std::string& name, const std::string& command, const std::string& target) {
@@ -376,11 +329,9 @@ private:
                       "PG Playback Mode=Sequential Playback", "Repeat Times=0", "PGC Still Time=0"});
     }
 
-    void CellLines(int depth, const std::string& name, const std::string& scene, int cellCommand) {
+    void CellLines(int depth, int cellCommand) {
         Lines(depth, {"Seamless Flag=0", "Access Restriction Flag=Permitted", "Cell Type=Not specified",
                       "Cell Still Time=255", "Cell Command=" + std::to_string(cellCommand)});
-        (void)name;
-        (void)scene;
     }
 
     // One menu PGC of title set 1: its still cells, a program each, with a
@@ -442,14 +393,11 @@ private:
                         break;
                     }
                 }
-                Close(13);
-                Close(12);
+                Close(13, 12);
             }
             Close(11);
-            CellLines(11, scene, scene, g == 1 ? 1 : 0);
-            Close(10);
-            Close(9);
-            Close(8);
+            CellLines(11, g == 1 ? 1 : 0);
+            Close(10, 8);
         };
         if (p == 1) {
             program(Video() + "_t_scn_1", 0);
@@ -458,8 +406,24 @@ private:
         const int ordinal = l * pgcs + p;  // PGC ordinal over the languages, from 1
         const int all = shape_.Languages * pgcs;
         for (int k = ordinal; k <= shape_.StillCells; k += all) program(Scene(k), k);
-        Close(7);
-        Close(6);
+        Close(7, 6);
+    }
+
+    // A program list at `depth` of one program playing one cell.
+    void OneCellProgram(int depth, const std::string& program, const std::string& cell, const std::string& scene) {
+        Open(depth, "Program List=List");
+        Open(depth + 1, "Item=Program");
+        Placed(depth + 2, program, 240);
+        Open(depth + 2, "Cell List=List");
+        Open(depth + 3, "Item=Cell");
+        Placed(depth + 4, cell, 320);
+        Line(depth + 4, "Linked Scene=" + scene);
+        CellLines(depth + 4, 0);
+        Close(depth + 3, depth);
+    }
+
+    void NoCommands(int depth) {
+        for (const char* list : {"Pre Command=List", "Post Command=List", "Cell Command=List"}) Empty(depth, list);
     }
 
     void Scenario() {
@@ -483,27 +447,12 @@ private:
         Open(4, "PGC List=List");
         Open(5, "Item=PGC");
         Placed(6, "VID_en_P_1", 160);
-        Empty(6, "Pre Command=List");
-        Empty(6, "Post Command=List");
-        Empty(6, "Cell Command=List");
+        NoCommands(6);
         PgcTail(6, "", "", "Title Menu");
-        Open(6, "Program List=List");
-        Open(7, "Item=Program");
-        Placed(8, "VID_en_Dummy_Menu", 240);
-        Open(8, "Cell List=List");
-        Open(9, "Item=Cell");
-        Placed(10, "Dummy_Menu_cell", 320);
-        Line(10, "Linked Scene=VID_Dummy_Menu_t_scn");
-        CellLines(10, "", "", 0);
-        Close(9);
-        Close(8);
-        Close(7);
-        Close(6);
-        Close(5);
-        Close(4);
+        OneCellProgram(6, "VID_en_Dummy_Menu", "Dummy_Menu_cell", "VID_Dummy_Menu_t_scn");
+        Close(5, 4);
         Line(4, "Language Name=English");
-        Close(3);
-        Close(2);
+        Close(3, 2);
         Open(2, "Menu Track List=Reference List");
         Line(3, "Item=VID_Dummy_Menu_t");
         Close(2);
@@ -511,8 +460,7 @@ private:
         Line(2, "Source Picture Letterboxed=Not Letterboxed");
         Open(2, "Dual Scene=Dual Scene");
         Lines(3, {"Scene Domain=Unknown Domain", "Scene Video Space=", "Scene="});
-        Close(2);
-        Close(1);
+        Close(2, 1);
 
         Open(1, "VTS List=List");
         Open(2, "Item=VTS");
@@ -542,31 +490,13 @@ private:
         Open(5, "PGC List=List");
         Open(6, "Item=PGC");
         Placed(7, "VTS_1_T_1_P_1", 160);
-        Empty(7, "Pre Command=List");
-        Empty(7, "Post Command=List");
-        Empty(7, "Cell Command=List");
+        NoCommands(7);
         Lines(7, {"Next PGC=", "Prev PGC=", "Goup PGC="});
-        Open(7, "Program List=List");
-        Open(8, "Item=Program");
-        Placed(9, "VTS_1_T_1_P_1_G_1", 240);
-        Open(9, "Cell List=List");
-        Open(10, "Item=Cell");
-        Placed(11, "VTS_1_T_1_P_1_G_1_C_1", 320);
-        Line(11, "Linked Scene=Dummy_VTS_1_T_1_P_1_G_1_scn");
-        CellLines(11, "", "", 0);
-        Close(10);
-        Close(9);
-        Close(8);
-        Close(7);
-        Close(6);
-        Close(5);
+        OneCellProgram(7, "VTS_1_T_1_P_1_G_1", "VTS_1_T_1_P_1_G_1_C_1", "Dummy_VTS_1_T_1_P_1_G_1_scn");
+        Close(6, 5);
         Open(5, "Part of Title=Reference List");
         Line(6, "Item=VTS_1_T_1_P_1_G_1");
-        Close(5);
-        Close(4);
-        Close(3);
-        Close(2);
-        Close(1);
+        Close(5, 1);
         Empty(1, "Parental List=List");
         Close(0);
     }
@@ -584,10 +514,7 @@ private:
         Lines(3, {"Volume Number=1", "Number of Volumes=1", "Disc Side=Side A"});
         Open(3, "Regional Area=");
         for (int r = 1; r <= 8; ++r) Line(4, "Regional Code #" + std::to_string(r) + "=May be played");
-        Close(3);
-        Close(2);
-        Close(1);
-        Close(0);
+        Close(3, 0);
     }
 
     void Defaults() {
@@ -596,9 +523,7 @@ private:
         Open(2, "4 By 3 Language Settings=Track Editor Langues Settings");
         Empty(3, "Audio Streams=List");
         Empty(3, "Sub-picture Streams=List");
-        Close(2);
-        Close(1);
-        Close(0);
+        Close(2, 0);
     }
 
     void Palette(const std::string& name) {

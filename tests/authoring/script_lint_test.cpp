@@ -10,13 +10,7 @@
 namespace kestrova {
 namespace {
 
-std::string Text() {
-    test::SampleScriptShape shape;
-    shape.Languages = 2;
-    shape.StillCells = 5;
-    shape.Buttons = 4;
-    return test::SampleScript(shape).Text();
-}
+std::string Text() { return test::SampleScript({}).Text(); }
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
     const std::size_t at = text.find(from);

@@ -14,15 +14,6 @@
 namespace kestrova {
 namespace {
 
-test::SampleScriptShape Shape() {
-    test::SampleScriptShape shape;
-    shape.Languages = 2;
-    shape.PgcsPerLanguage = 2;
-    shape.StillCells = 5;
-    shape.Buttons = 4;
-    return shape;
-}
-
 struct Lint {
     ScriptDiagnostics Diagnostics;
     ScriptDocument Document;
@@ -57,7 +48,7 @@ std::string AllDiagnostics(const ScriptDiagnostics& diagnostics) {
 
 TEST(ScriptReader, WrittenScriptReadsBackAndLintsCleanThroughTheDriveMap) {
     test::JobFixture fixture;
-    const test::SampleScriptShape shape = Shape();
+    const test::SampleScriptShape shape;
     const std::string text = test::SampleScript(shape).Text();
     fixture.temp.Write("JOB/Batch_1/S.SCP", text);
     for (int k = 1; k <= shape.StillCells; ++k) {
@@ -204,7 +195,7 @@ TEST(ScriptReader, GrammarFaultsAreAnsweredWithFileLineAndWhatWasExpected) {
         {"a number that is none", [](T t) { return Replaced(t, "Cell Still Time=255", "Cell Still Time=25x"); },
          "value.number", [](T d) { return LineOf(d, "Cell Still Time=25x"); }, "a whole number expected"},
     };
-    const std::string text = test::SampleScript(Shape()).Text();
+    const std::string text = test::SampleScript({}).Text();
     for (const GrammarFault& fault : kFaults) {
         SCOPED_TRACE(fault.What);
         const std::string damaged = fault.Damage(text);
@@ -225,8 +216,7 @@ TEST(ScriptReader, GrammarFaultsAreAnsweredWithFileLineAndWhatWasExpected) {
 // read without a crash (the sanitizers watch), and each cut answers with an
 // error, each foreign byte with at least a warning.
 TEST(ScriptReader, DamagedScriptsNeverCrashTheReader) {
-    test::SampleScriptShape shape;
-    shape.StillCells = 2;
+    const test::SampleScriptShape shape{1, 2, 2, 2};
     const std::string text = test::SampleScript(shape).Text();
     std::mt19937 random(17);
     const auto read = [](const std::string& damaged) {

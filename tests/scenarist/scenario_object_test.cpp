@@ -4,12 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
+#include "scenarist/script_text.h"
 #include "support/job_fixture.h"
 
 namespace kestrova {
 namespace {
+
+using test::At;
 
 // VMG (outside the batch): PGC 1 with a pre command and a program. VTS 1:
 // PGC 1 plays cells (1,1) (1,2, a dummy cell) then (1,1) again, with two
@@ -70,40 +71,6 @@ void BuildModel(JobContext& job, ScenaristRun& run) {
     run.BatchLastVTS = 2;
 }
 
-// Lines at their depths, each closed by CR LF.
-std::string Lines(std::initializer_list<std::pair<int, const char*>> lines) {
-    std::string text;
-    for (const auto& [depth, statement] : lines) {
-        text += std::string(static_cast<std::size_t>(depth), '\t') + statement + "\r\n";
-    }
-    return text;
-}
-
-// Every brace stands at its opener's depth and every other line one deeper
-// than the innermost open brace.
-void ExpectNested(const std::string& text) {
-    std::vector<int> open;
-    int previous = -1;
-    for (std::size_t at = 0, end = 0; at < text.size(); at = end + 2) {
-        end = text.find("\r\n", at);
-        ASSERT_NE(end, std::string::npos);
-        const std::string line = text.substr(at, end - at);
-        const auto depth = static_cast<int>(line.find_first_not_of('\t'));
-        const std::string statement = line.substr(static_cast<std::size_t>(depth));
-        if (statement == "{") {
-            ASSERT_EQ(depth, previous) << "at byte " << at;
-            open.push_back(depth);
-        } else if (statement == "}") {
-            ASSERT_TRUE(!open.empty() && depth == open.back()) << "at byte " << at;
-            open.pop_back();
-        } else {
-            ASSERT_EQ(depth, open.empty() ? 0 : open.back() + 1) << statement;
-        }
-        previous = depth;
-    }
-    EXPECT_TRUE(open.empty());
-}
-
 TEST(GenerateLayout, TheNavigationOfABatchAsObjectsAndActions) {
     test::JobFixture f;
     f.job.Options().Default_Enable_Log = 1;
@@ -113,44 +80,45 @@ TEST(GenerateLayout, TheNavigationOfABatchAsObjectsAndActions) {
     ScriptFile file("K:\\S.SCP");
     GenerateLayout(f.job, run, file);
     const std::string& text = file.Text();
-    ExpectNested(text);
+    test::ExpectWellFormed(text);
 
     const std::string blocks[] = {
         // The VMG outside the batch: a PGC without commands or programs,
         // then a dummy PGC, whose track its menu track list names.
-        Lines({{6, "Left Point=120"}, {6, "Top Point=160"}, {6, "Pre Command=List"}, {6, "{"}, {6, "}"},
-               {6, "Next PGC="}, {6, "Prev PGC="}, {6, "Goup PGC="}, {6, "Menu ID=Title Menu"}}),
-        Lines({{6, "Name=VID_en_P_2"}, {6, "Is Visible=Yes"}, {6, "Left Point=240"}}),
-        Lines({{3, "Item=VID_Dummy_Menu_t"}, {2, "}"}}),
-        Lines({{1, "VTS List=List"}, {1, "{"}, {2, "Item=VTS"}, {2, "{"}, {3, "Name=VTS_1"}, {3, "Is Visible=Yes"},
-               {3, "Left Point=360"}}),
+        At(6, {"Left Point=120", "Top Point=160", "Pre Command=List", "{", "}",
+               "Next PGC=", "Prev PGC=", "Goup PGC=", "Menu ID=Title Menu"}),
+        At(6, {"Name=VID_en_P_2", "Is Visible=Yes", "Left Point=240"}),
+        At(3, {"Item=VID_Dummy_Menu_t"}) + At(2, {"}"}),
+        At(1, {"VTS List=List", "{"}) + At(2, {"Item=VTS", "{"}) +
+            At(3, {"Name=VTS_1", "Is Visible=Yes", "Left Point=360"}),
         // The menu mark reaches the root menu's PGC; a cell that does not
         // exist makes a pre command a Nop but stays on a button; GoUp 65535
         // is the resume PGC.
-        Lines({{9, "Name=VTS_1_en_P_1_Pr_1"}, {9, "Is Visible=Yes"}, {9, "Left Point=0"}, {9, "Top Point=0"},
-               {9, "Command=LinkPGCN 2"}, {9, "To Action=VTS_1_en_P_2"}}),
-        Lines({{9, "Command=Nop"}, {9, "To Action="}, {8, "}"}, {7, "}"}, {7, "Post Command=List"}}),
-        Lines({{15, "Command=LinkCN 9, button=1"}, {15, "To Action=ERROR"}}),
-        Lines({{7, "Goup PGC=_Resume_"}, {7, "Menu ID=No Menu"}}),
-        Lines({{2, "Name=_Resume_"}, {2, "Is Visible=No"}}),
-        Lines({{9, "Decoding Stream Number for 4:3 #0=0"}, {9, "Decoding Stream Number for Wide #0=1"}}),
+        At(9, {"Name=VTS_1_en_P_1_Pr_1", "Is Visible=Yes", "Left Point=0", "Top Point=0", "Command=LinkPGCN 2",
+               "To Action=VTS_1_en_P_2"}),
+        At(9, {"Command=Nop", "To Action="}) + At(8, {"}"}) + At(7, {"}", "Post Command=List"}),
+        At(15, {"Command=LinkCN 9, button=1", "To Action=ERROR"}),
+        At(7, {"Goup PGC=_Resume_", "Menu ID=No Menu"}),
+        At(2, {"Name=_Resume_", "Is Visible=No"}),
+        At(9, {"Decoding Stream Number for 4:3 #0=0", "Decoding Stream Number for Wide #0=1"}),
         // Cell (1,1) twice takes the first and then the second use's values;
         // the dummy cell between them shows the dummy scene.
-        Lines({{11, "Cell Still Time=5"}, {11, "Cell Command=1"}}),
-        Lines({{11, "Left Point=480"}, {11, "Top Point=320"}, {11, "Linked Scene=VTS1_Dummy_Menu_t_scn"},
-               {11, "Menu List=List"}, {11, "{"}, {11, "}"}, {11, "Seamless Flag=1"}}),
-        Lines({{11, "Cell Still Time=0"}, {11, "Cell Command=0"}}),
-        Lines({{11, "Left Point=600"}, {11, "Top Point=320"}, {11, "Linked Scene=VTS_1_001_t_scn_1"},
-               {11, "Menu List=List"}, {11, "{"}, {12, "Item=Menu"}, {12, "{"}, {13, "Name=VTS_1_001_t_scn_1_1_m"},
-               {13, "Is Visible=Yes"}, {13, "Left Point=600"}, {13, "Top Point=400"}}),
-        Lines({{11, "Seamless Flag=0"}, {11, "Access Restriction Flag=Permitted"}, {11, "Cell Type=Not specified"},
-               {11, "Cell Still Time=255"}, {11, "Cell Command=2"}, {10, "}"}}),
-        Lines({{4, "Item=VTS_1_001_t"}, {4, "Item=VTS1_Dummy_Menu_t"}, {3, "}"}}),
+        At(11, {"Cell Still Time=5", "Cell Command=1"}),
+        At(11, {"Left Point=480", "Top Point=320", "Linked Scene=VTS1_Dummy_Menu_t_scn", "Menu List=List", "{", "}",
+                "Seamless Flag=1"}),
+        At(11, {"Cell Still Time=0", "Cell Command=0"}),
+        At(11, {"Left Point=600", "Top Point=320", "Linked Scene=VTS_1_001_t_scn_1", "Menu List=List", "{"}) +
+            At(12, {"Item=Menu", "{"}) +
+            At(13, {"Name=VTS_1_001_t_scn_1_1_m", "Is Visible=Yes", "Left Point=600", "Top Point=400"}),
+        At(11, {"Seamless Flag=0", "Access Restriction Flag=Permitted", "Cell Type=Not specified",
+                "Cell Still Time=255", "Cell Command=2"}) +
+            At(10, {"}"}),
+        At(4, {"Item=VTS_1_001_t", "Item=VTS1_Dummy_Menu_t"}) + At(3, {"}"}),
         // Title 1 as dummy programs up to chapter 2.
-        Lines({{3, "{"}, {4, "Item=Dummy_VTS_1_T_1_P_1_G_1"}, {4, "Item=Dummy_VTS_1_T_1_P_1_G_2"}, {3, "}"}}),
-        Lines({{5, "Part of Title=Reference List"}, {5, "{"}, {6, "Item=VTS_1_T_1_P_1_G_1"},
-               {6, "Item=VTS_1_T_1_P_1_G_2"}, {5, "}"}, {4, "}"}, {3, "}"}, {2, "}"}, {1, "}"},
-               {1, "Parental List=List"}, {1, "{"}, {1, "}"}, {0, "}"}}),
+        At(3, {"{"}) + At(4, {"Item=Dummy_VTS_1_T_1_P_1_G_1", "Item=Dummy_VTS_1_T_1_P_1_G_2"}) + At(3, {"}"}),
+        At(5, {"Part of Title=Reference List", "{"}) + At(6, {"Item=VTS_1_T_1_P_1_G_1", "Item=VTS_1_T_1_P_1_G_2"}) +
+            At(5, {"}"}) + At(4, {"}"}) + At(3, {"}"}) + At(2, {"}"}) + At(1, {"}", "Parental List=List", "{", "}"}) +
+            At(0, {"}"}),
     };
     for (const std::string& block : blocks) EXPECT_NE(text.find(block), std::string::npos) << block;
     EXPECT_EQ(text.find("Name=VM_en_P_1_Pr_1"), std::string::npos);
@@ -179,7 +147,7 @@ TEST(GenerateLayout, AVideoManagerAloneStillClosesTheTitleSetList) {
     ScriptFile file("K:\\S.SCP");
     GenerateLayout(f.job, run, file);
     EXPECT_EQ(file.Text().find("VTS List"), std::string::npos);
-    EXPECT_NE(file.Text().find(Lines({{2, "}"}, {1, "}"}, {1, "}"}, {1, "Parental List=List"}})), std::string::npos);
+    EXPECT_NE(file.Text().find(At(2, {"}"}) + At(1, {"}", "}", "Parental List=List"})), std::string::npos);
 }
 
 }  // namespace

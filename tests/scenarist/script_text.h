@@ -31,8 +31,8 @@ inline void ExpectHas(const std::string& text, const std::string& part) {
 }
 
 // Every line ends in CR LF and is indented by tabs only; each brace stands
-// at its opener's depth, all are closed, and only Version's (the first
-// object) is "}    ".
+// at its opener's depth and every other line one deeper than the innermost
+// open brace; all are closed, and only Version's (the first object) is "}    ".
 inline void ExpectWellFormed(const std::string& text) {
     std::vector<std::size_t> open;
     std::size_t previous = 0;
@@ -52,6 +52,8 @@ inline void ExpectWellFormed(const std::string& text) {
             EXPECT_EQ(depth, open.back()) << "line " << line;
             EXPECT_TRUE(body == "}" || text.find("\r\nObject=") > at) << "line " << line;
             open.pop_back();
+        } else {
+            EXPECT_EQ(depth, open.empty() ? 0 : open.back() + 1) << "line " << line << ": " << statement;
         }
         previous = depth;
         at = end + 2;
