@@ -5,6 +5,11 @@
 // objects they reach) and the colour palettes. Objects refer to one another
 // by name, as the scripts do; every object keeps the file and line it was
 // read from, so that a check can point at it.
+//
+// Both dialects read into it. A Muxman script has no data items: its plays
+// name their files, its segments are the tracks (in one folder, "Content"),
+// its scenes carry a UOP mask in hexadecimal, and its command lists are
+// labelled lines ("Pre1: ...") rather than items.
 #pragma once
 
 #include <array>
@@ -48,23 +53,39 @@ struct ScriptDataFolder {
 
 // --- Tracks ----------------------------------------------------------------
 
-// A stretch of a data item on a track.
+struct ScriptArea {
+    int X1 = 0, Y1 = 0, X2 = 0, Y2 = 0;
+};
+
+// How a Muxman subpicture play shows: the bitmap's colours that become the
+// pattern, first and second emphasis pixels ("Color 1(Pa)" to
+// "Color 3(E2)", as written), then the palette indices and contrasts
+// (0 to 15) of the four pixel codes in the order E2, E1, P, Bg.
+struct ScriptSubpictureLook {
+    std::string ForcedStart;  // "Yes", "No"
+    std::string TimeCode;     // "PAL", "NTSC non-drop"
+    int OriginX = 0, OriginY = 0;
+    ScriptArea DisplayArea;
+    std::array<std::string, 3> PixelColors;
+    std::array<int, 4> Color{}, Contrast{};
+};
+
+// A stretch of a data item, or of a file, on a track.
 struct ScriptPlay {
     ScriptPlace Place;
-    std::string Data;  // the data item's name; empty for a highlight
+    std::string Data;  // the data item's name; empty for a highlight or a Muxman play
+    std::string File;  // a Muxman play's file (a drive path)
     std::string StartTimeToVideo, StartTime, Duration;
+    ScriptSubpictureLook Look;  // Muxman subpicture plays
 };
 
 struct ScriptStream {
     ScriptPlace Place;
     int StreamNumber = 0;
     std::string Language;
+    int LanguageExtension = 0, Delay = 0;  // Muxman
     std::string DisplayMode;  // subpictures
     std::vector<ScriptPlay> Plays;
-};
-
-struct ScriptArea {
-    int X1 = 0, Y1 = 0, X2 = 0, Y2 = 0;
 };
 
 struct ScriptButton {
@@ -73,24 +94,26 @@ struct ScriptButton {
     int Number = 0;
     int ColorIndex = 0;
     bool AutoAction = false;
-    std::vector<ScriptArea> Areas;      // one per highlight area block
+    std::vector<ScriptArea> Areas;      // one per highlight area written (a Muxman "Area n=" may be empty)
     std::string Left, Right, Up, Down;  // neighbours by name
 };
 
-// Colour indices (1 to 16) and contrasts (percent) of a button colour
-// group, in the order E2, E1, P, Bg.
+// Colour indices (1 to 16) and contrasts (percent in a Scenarist script,
+// 0 to 15 in a Muxman one) of a button colour group, in the order E2, E1,
+// P, Bg.
 struct ScriptColorGroup {
     std::array<int, 4> SelectionColor{}, SelectionContrast{}, ActionColor{}, ActionContrast{};
 };
 
 struct ScriptHighlight {
     ScriptPlay Play;
+    std::string SelectEndTime;  // Muxman
     std::array<std::string, 3> ButtonModes;
     std::vector<ScriptColorGroup> ColorGroups;
     std::vector<ScriptButton> Buttons;
     int OffsetNumber = 0;
     int NumericalButtons = 0;
-    std::string ForcedSelected, ForcedActivated;  // a number or "Nonexistent"
+    std::string ForcedSelected, ForcedActivated;  // as written: a number, "Button" n, or "Nonexistent"
 };
 
 struct ScriptScene {
@@ -99,6 +122,7 @@ struct ScriptScene {
     std::string ColorPalette;  // a palette's name
     std::string SceneTime;
     std::vector<std::string> Uops;  // prohibited user operations, as written
+    std::string Uop;                // Muxman: the mask in eight hexadecimal digits
 };
 
 enum class ScriptTrackKind { Video, StillMenu, SlideShow };
@@ -112,6 +136,9 @@ struct ScriptTrack {
     std::vector<ScriptHighlight> Highlights;
     std::vector<ScriptScene> Scenes;
     ScriptPlay Picture;  // the video or still play
+    // Muxman: the plays of the video stream in order, and its standard.
+    std::vector<ScriptPlay> VideoPlays;
+    std::string Standard;
 };
 
 struct ScriptTrackFolder {
@@ -162,14 +189,9 @@ struct ScriptPgc {
     std::string MenuId;                     // "Title Menu", "Root Menu", "No Menu", ...
     int StillTime = 0;
     std::vector<std::string> Uops;
+    std::string Uop;      // Muxman: the mask in eight hexadecimal digits
+    std::string Palette;  // Muxman: the palette's name
     std::vector<ScriptProgram> Programs;
-};
-
-struct ScriptLanguage {
-    ScriptPlace Place;
-    std::string Name;          // the language unit's code ("en")
-    std::string LanguageName;  // "English"
-    std::vector<ScriptPgc> Pgcs;
 };
 
 struct ScriptReference {
@@ -177,9 +199,18 @@ struct ScriptReference {
     std::string Name;
 };
 
+struct ScriptLanguage {
+    ScriptPlace Place;
+    std::string Name;          // the language unit's code ("en")
+    std::string LanguageName;  // "English"
+    std::vector<ScriptPgc> Pgcs;
+    std::vector<ScriptReference> PartOfTitle;  // Muxman: programs of a title-like unit, by name
+};
+
 struct ScriptTitle {
     ScriptPlace Place;
     std::string Name;
+    std::string Uop;  // Muxman
     std::vector<ScriptPgc> Pgcs;
     std::vector<ScriptReference> PartOfTitle;  // programs of the title, by name
 };
@@ -216,14 +247,17 @@ struct ScriptPalette {
 
 // --- The whole -------------------------------------------------------------
 
+enum class ScriptDialect { Scenarist, Muxman };
+
 struct ScriptModel {
+    ScriptDialect Dialect = ScriptDialect::Scenarist;
     std::vector<std::string> Files;  // the paths places point into
     int DataFormatVersion = 0;
     std::vector<ScriptDataFolder> DataFolders;
     std::vector<ScriptTrackFolder> TrackFolders;
     ScriptScenario Scenario;
     std::vector<ScriptPalette> Palettes;
-    std::string DvdRootDirectory;  // where the authored VIDEO_TS goes
+    std::string DvdRootDirectory;  // where the authored VIDEO_TS goes ("Destination Folder" of Muxman)
 };
 
 }  // namespace kestrova
