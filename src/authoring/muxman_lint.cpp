@@ -644,8 +644,9 @@ private:
             return;
         }
         const MuxmanTarget target = FindMuxmanTarget(text);
+        VmCommand vm;
         try {
-            static_cast<void>(ParseCommandText(DecoderText(text, target)));
+            vm = ParseCommandText(DecoderText(text, target));
         } catch (const CommandTextError& fault) {
             if (text.find("LinkTopC, button=1") != std::string::npos) {
                 Report("oddity.replaced-link", command.Place, [&] {
@@ -662,7 +663,27 @@ private:
             }
             return;
         }
+        if (text.find("SPECIAL_MENU_") != std::string::npos) {
+            Report("command.mxp-text", command.Place, [&] {
+                return Quoted(text) +
+                       ": \"SPECIAL_MENU_\" stands untranslated, where the translation makes it a "
+                       "LinkPGCN to the menu's PGC";
+            });
+            return;
+        }
         if (!caller.Button) CheckGoTo(command, caller);
+        // A title set's menu by number: the title set is one of a FULL script's.
+        if (vm.Kind == CommandKind::JumpSS && vm.Space == SystemSpace::TitleSetMenu && vm.TitleSet > 0 && !small_) {
+            std::string domain = std::to_string(vm.TitleSet);
+            domain = "VTS" + std::string(domain.size() < 3 ? 3 - domain.size() : 0, '0') + domain;
+            const auto& domains = model_.Scenario.Domains;
+            if (std::none_of(domains.begin(), domains.end(), [&](const ScriptDomain& d) { return d.Name == domain; })) {
+                Report("ref.vts-number", command.Place, [&] {
+                    return Quoted(text) + " reaches title set " + Dec(vm.TitleSet) + ", but the script has no " +
+                           Quoted("Item=" + domain);
+                });
+            }
+        }
         if (target.TitleSetZero) {
             Report("oddity.jumpss-vts0", command.Place,
                    [&] { return Quoted(text) + ": vts_0 names no title set (the source's field is 0)"; });

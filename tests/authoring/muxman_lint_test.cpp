@@ -59,6 +59,9 @@ TEST(MuxmanLint, WrittenScriptsLintCleanThroughTheDriveMap) {
     ScriptDiagnostics full;
     const LintedScript script = LintScriptFile(fixture.files, "K:\\JOB\\Muxman.MXP", full);
     EXPECT_EQ(script.Model.Dialect, ScriptDialect::Muxman);
+    // Under another extension the first statement tells the dialect.
+    EXPECT_TRUE(IsMuxmanScript("K:\\JOB\\Muxman.TXT", script.Document));
+    EXPECT_FALSE(IsMuxmanScript("K:\\JOB\\Muxman.SCP", script.Document));
     EXPECT_EQ(full.Count(Severity::Error) + full.Count(Severity::Warning), 0U) << Listed(full);
     EXPECT_EQ(full.CountOf("oddity.uop-capitals"), 1U);  // the first PGC's "UOP="
     // The model prints with its plays' files and looks.
@@ -129,6 +132,11 @@ TEST(MuxmanLint, EachFaultIsAnsweredByItsRule) {
          "ref.duplicate-name"},
         {"a command the decoder never writes", [](T t) { return Replaced(t, "Mov GPRM3, 7", "Mov GPRM3,7"); },
          "command.mxp-text"},
+        {"an untranslated menu jump", [](T t) { return Replaced(t, "Mov GPRM3, 7", "SPECIAL_MENU_Root Menu"); },
+         "command.mxp-text"},
+        {"a jump past the title sets",
+         [](T t) { return Replaced(t, "Pre3: Mov GPRM3, 7", "Pre3: JumpSS vts_2, vts_ttn_1 : RootMenu"); },
+         "ref.vts-number"},
         // The writers' oddities
         {"an ERROR line", [](T t) { return Replaced(t, "Pre3: Mov GPRM3, 7", "Pre3: ERROR"); }, "oddity.error-line"},
         {"a replaced program link",

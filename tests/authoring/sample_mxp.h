@@ -179,8 +179,9 @@ private:
         for (int k = 1; k <= shape_.StillCells; ++k) {
             Open(3, "Item=Scene");
             // 15 frames a still at 30 frames a second.
-            const int frames = (k - 1) * 15;
-            Lines(4, {"Name=" + Scene(1, k), "Scene Time=00:00:" + Two(frames / 30) + ":" + Two(frames % 30),
+            const int frames = (k - 1) * 15, seconds = frames / 30;
+            Lines(4, {"Name=" + Scene(1, k),
+                      "Scene Time=00:" + Two(seconds / 60) + ":" + Two(seconds % 60) + ":" + Two(frames % 30),
                       "Uop=00000000"});
             Close(3);
         }
