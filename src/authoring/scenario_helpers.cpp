@@ -143,10 +143,9 @@ std::string ConvertMenuId(const JobContext& job, int code) {
 
 namespace {
 
-bool SameMenu(std::string_view a, std::string_view b) {
-    const auto subpicture = [](std::string_view name) { return name == "Subpicture Menu" || name == "Sub-Picture Menu"; };
-    return a == b || (subpicture(a) && subpicture(b));
-}
+bool SubpictureMenu(std::string_view name) { return name == "Subpicture Menu" || name == "Sub-Picture Menu"; }
+
+bool SameMenu(std::string_view a, std::string_view b) { return a == b || (SubpictureMenu(a) && SubpictureMenu(b)); }
 
 }  // namespace
 
