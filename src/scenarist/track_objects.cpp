@@ -727,19 +727,6 @@ void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile
     file.Close(6);
 }
 
-std::string ConvertButtonMode(const std::string& mode) {
-    std::string joined;
-    std::size_t at = 0;
-    while (true) {
-        const std::size_t comma = mode.find(", ", at);
-        joined += mode.substr(at, comma == std::string::npos ? std::string::npos : comma - at);
-        if (comma == std::string::npos) break;
-        joined += '/';
-        at = comma + 2;
-    }
-    return joined;
-}
-
 int ConvertButtonY(const JobContext& job, int y) {
     if (job.Timing.Conversion != 1) return y;
     const bool palSource = job.Timing.FramesPerSecond == 25;

@@ -24,8 +24,6 @@ void GenerateSceneExtra(ScriptFile& file);
 void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile& file, const std::string& vobType,
                             const BMP_Properties& bitmap, const std::string& buttonName);
 
-// The three button mode values of a highlight: "a, b" becomes "a/b".
-std::string ConvertButtonMode(const std::string& mode);
 // A button's Y on the authored picture: scaled by 1.2 when the job
 // converts between PAL and NTSC.
 int ConvertButtonY(const JobContext& job, int y);
