@@ -205,28 +205,23 @@ TEST(SmallScriptMux, AScriptItCannotMuxNamesItsLineAndLeavesNoIfo) {
     f.Make("ntsc.m2v", "-f lavfi -i testsrc=size=720x480:rate=30000/1001:duration=1 -c:v mpeg2video -f mpeg2video");
     struct Case {
         const char* File;
-        const char* Duration;
         const char* SecondScene;
         std::uint32_t Line;
         const char* Text;
     };
     const Case cases[] = {
-        {"K:\\none.m2v", "Actual", "00:00:00:12", 12, "The video play's file \"K:\\none.m2v\" does not exist"},
-        {"K:\\ntsc.m2v", "Actual", "00:00:00:12", 12,
+        {"K:\\none.m2v", "00:00:00:12", 12, "The video play's file \"K:\\none.m2v\" does not exist"},
+        {"K:\\ntsc.m2v", "00:00:00:12", 12,
          "The video play's file \"K:\\ntsc.m2v\" is MPEG-2 at 30000/1001 frames a second; a PAL segment holds "
          "MPEG-2 at 25/1"},
-        {"K:\\pal.m2v", "Longest", "00:00:00:12", 12,
-         "The video play's Duration \"Longest\" is neither Actual, Default nor a time HH:MM:SS:FF above 0"},
-        {"K:\\pal.m2v", "Actual", "00:00:01:00", 35,
+        {"K:\\pal.m2v", "00:00:01:00", 35,
          "The scene \"B\" starts at 00:00:01:00, past the end of the segment's video at 00:00:01:00"},
-        {"K:\\pal.m2v", "Actual", "00:00:00:25", 35, "The Scene Time \"00:00:00:25\" of \"B\" is no time HH:MM:SS:FF "
-                                                     "at 25 frames a second"},
     };
     for (const Case& c : cases) {
         f.temp.Write("OUT/VTS_01_0.IFO", "an earlier result");
         ScriptTrack segment;
         segment.Standard = "PAL";
-        segment.VideoPlays = {Play(12, c.File, c.Duration)};
+        segment.VideoPlays = {Play(12, c.File, "Actual")};
         segment.Scenes = {Scene(30, "A", "00:00:00:00"), Scene(35, "B", c.SecondScene)};
         try {
             MuxSmallScript(SmallScript(segment, ScriptDomainKind::TitleSet), "K:\\OUT", f.files, f.runner);

@@ -46,16 +46,21 @@ const char* const kUsageText =
 struct Arguments {
     std::string Script, Destination, Log;
     bool Run = false;
+    std::string Problem;  // why the line cannot be run; empty when it can
 };
 
 // Muxman's switches, in any case and order; the script is the one bare word.
 Arguments ReadArguments(const std::vector<std::string>& words) {
     Arguments arguments;
+    auto problem = [&arguments](const std::string& text) {
+        if (arguments.Problem.empty()) arguments.Problem = text;
+    };
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         auto value = [&](const char* what) -> std::string {
-            if (i + 1 >= words.size()) throw Error("The switch " + word + " lacks its " + what);
-            return words[++i];
+            if (i + 1 < words.size()) return words[++i];
+            problem("The switch " + word + " lacks its " + what);
+            return {};
         };
         if (platform::EqualsIgnoreCase(word, "-d")) {
             arguments.Destination = value("folder");
@@ -64,15 +69,15 @@ Arguments ReadArguments(const std::vector<std::string>& words) {
         } else if (platform::EqualsIgnoreCase(word, "-run")) {
             arguments.Run = true;
         } else if (!word.empty() && word.front() == '-') {
-            throw Error("The switch " + word + " is not one of -d, -l and -run");
+            problem("The switch " + word + " is not one of -d, -l and -run");
         } else if (arguments.Script.empty()) {
             arguments.Script = word;
         } else {
-            throw Error("The word " + word + " follows the script " + arguments.Script + "; one script is authored a run");
+            problem("The word " + word + " follows the script " + arguments.Script + "; one script is authored a run");
         }
     }
-    if (arguments.Script.empty()) throw Error("No script is named");
-    if (arguments.Log.empty()) throw Error("No log file is named (-l LOG)");
+    if (arguments.Script.empty()) problem("No script is named");
+    if (arguments.Log.empty()) problem("No log file is named (-l LOG)");
     return arguments;
 }
 
@@ -204,28 +209,30 @@ int Main(const std::vector<std::string>& words) {
         std::cout << kUsageText;
         return kAuthored;
     }
-    const platform::PathSpace paths = platform::PathSpace::FromEnvironment();
-    Arguments arguments;
-    try {
-        arguments = ReadArguments(words);
-    } catch (const Error& fault) {
-        std::cerr << "kestrova-author: " << fault.what() << "\n" << kUsageText;
-        return kUsage;
-    }
-    arguments.Script = DrivePath(paths, arguments.Script);
-    arguments.Destination = DrivePath(paths, arguments.Destination);
-    arguments.Log = DrivePath(paths, arguments.Log);
-
+    Arguments arguments = ReadArguments(words);
     RunLog log;
     int status = kNotAuthored;
     try {
-        status = Author(arguments, paths, log).Run();
+        const platform::PathSpace paths = platform::PathSpace::FromEnvironment();
+        arguments.Script = DrivePath(paths, arguments.Script);
+        arguments.Destination = DrivePath(paths, arguments.Destination);
+        arguments.Log = DrivePath(paths, arguments.Log);
+        if (!arguments.Problem.empty()) {
+            std::cerr << "kestrova-author: " << arguments.Problem << "\n" << kUsageText;
+            if (arguments.Log.empty()) return kUsage;
+            log.Add("kestrova-author: " + arguments.Problem);
+            status = kUsage;
+        } else {
+            status = Author(arguments, paths, log).Run();
+        }
     } catch (const Error& fault) {
-        // A script that cannot be read, a tool that is not installed.
+        // A drive map that cannot be read, a script that cannot be read, a
+        // tool that is not installed.
         log.Add(arguments.Script + ": error: " + fault.what());
         log.Add("Not authored");
     }
     try {
+        const platform::PathSpace paths = platform::PathSpace::FromEnvironment();
         log.Save(platform::FileSystem(paths), arguments.Log);
     } catch (const Error& fault) {
         std::cerr << "kestrova-author: " << fault.what() << "\n";
