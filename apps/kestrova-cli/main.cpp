@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
         if (const std::string note = registry.Load(); !note.empty()) std::cerr << "kestrova-cli: " << note << '\n';
         platform::Launcher launcher(paths);
         // The native equivalents live beside this program.
-        ApplyToolSetup(launcher, tools, platform::ProgramHostFolder() + "/kestrova-standin");
+        ApplyToolSetup(launcher, tools, platform::ProgramHostFolder());
         if (args[0] == "--tools") return PrintTools(launcher, tools, registry);
         if (const std::string problem = ToolSetupProblem(launcher, tools); !problem.empty()) {
             std::cerr << "kestrova-cli: " << problem << '\n';

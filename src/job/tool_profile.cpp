@@ -83,8 +83,8 @@ ToolSetup ReadToolSetup(const std::string& profile, const std::string& overrides
     return setup;
 }
 
-void ApplyToolSetup(platform::Launcher& launcher, const ToolSetup& setup, const std::string& standinHostPath) {
-    if (setup.Profile == ToolProfile::Native) AddStandInTools(launcher, standinHostPath);
+void ApplyToolSetup(platform::Launcher& launcher, const ToolSetup& setup, const std::string& hostProgramFolder) {
+    if (setup.Profile == ToolProfile::Native) AddStandInTools(launcher, hostProgramFolder);
     for (const auto& [tool, program] : setup.Overrides) launcher.AddOverride(tool, platform::ToolOverride{{program}, "", false});
 }
 

@@ -28,8 +28,9 @@ struct ToolSetup {
 ToolSetup ReadToolSetup(const std::string& profile, const std::string& overrides);
 
 // Registers the setup on the launcher: in the native profile every tool
-// that has a stand-in personality, as `standinHostPath`; then the overrides.
-void ApplyToolSetup(platform::Launcher& launcher, const ToolSetup& setup, const std::string& standinHostPath);
+// that has a host program, as that program in `hostProgramFolder` (the
+// folder of kestrova-standin and kestrova-author); then the overrides.
+void ApplyToolSetup(platform::Launcher& launcher, const ToolSetup& setup, const std::string& hostProgramFolder);
 
 // Why the setup cannot run any Windows program it needs ("" when it can):
 // the windows profile without Wine.

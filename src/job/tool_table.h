@@ -26,7 +26,11 @@ struct OutsideTool {
     // in a layout made beside the program.
     const char* Folder;
     ToolRegistryValue Registry;
-    const char* Personality;  // the kestrova-standin personality that runs in its place; "" none yet
+    // The host program that runs in its place, found in the folder of this
+    // program's own host programs: "kestrova-standin" with a personality, or
+    // a program of its own ("kestrova-author" for Muxman); "" none yet.
+    const char* Program;
+    const char* Personality;  // the kestrova-standin personality; "" for a program of its own
     const char* WindowTitle;  // "" the launcher's default for the file name, if it has one
     // The identity the pre-flight checks read from its version resource;
     // "" for a tool whose file they do not read.
@@ -40,9 +44,10 @@ std::span<const OutsideTool> OutsideTools();
 // a file the table does not know.
 const OutsideTool* FindOutsideTool(const std::string& fileName);
 
-// Registers every tool that has a personality as the stand-in program at
-// `standinHostPath` run with "--tool" and the personality. The stand-in
-// gets the command line as written, since some tools parse it themselves.
-void AddStandInTools(platform::Launcher& launcher, const std::string& standinHostPath);
+// Registers every tool that has a host program as that program in
+// `hostProgramFolder` (the stand-in run with "--tool" and the personality).
+// The program gets the command line as written, since some tools parse it
+// themselves.
+void AddStandInTools(platform::Launcher& launcher, const std::string& hostProgramFolder);
 
 }  // namespace kestrova

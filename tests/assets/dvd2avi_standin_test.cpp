@@ -52,7 +52,7 @@ struct IndexFixture {
     explicit IndexFixture(const std::string& streamHostPath) {
         temp.Write("work dir/DEMUXED/001.M2V", ReadAll(streamHostPath));
         temp.Write("work dir/FRAMESERVING/keep", "");
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
     }
 

@@ -54,7 +54,7 @@ public:
 
 TEST_F(FrameservingScripts, RealStreamsTypeAsTheyAreAndServeEveryFrame) {
     KESTROVA_REQUIRE_FFMPEG();
-    AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
     auto& streams = test::MpegTestStreams::Get();
     streams.Film();
     streams.Folder().Write("telecine.m2v", test::SoftTelecine(streams.Folder().Read("film.m2v")));
@@ -82,7 +82,7 @@ TEST_F(FrameservingScripts, RealStreamsTypeAsTheyAreAndServeEveryFrame) {
 
 TEST_F(FrameservingScripts, AScriptTheFrameServerRefusesIsWrittenAgainInItsSafeForm) {
     KESTROVA_REQUIRE_FFMPEG();
-    AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
     job.AvisynthScripts.Avisynth_Interlaced = "LoadPlugin(\"K:\\Program\\new.avs\\missing.dll\")\r\nFieldDeinterlace()";
     auto& vob = IndexedVob(test::MpegTestStreams::Get().InterlacedTff30(), "NTSC");
     NewDVD2AVIProc(job, {});
@@ -102,7 +102,7 @@ TEST_F(FrameservingScripts, AScriptTheFrameServerRefusesIsWrittenAgainInItsSafeF
 // outside FRAMESERVING.
 TEST_F(FrameservingScripts, ABrokenProjectAndLogAreNamedAndServedByTheirFallbacks) {
     KESTROVA_REQUIRE_FFMPEG();
-    AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
     auto& vob = IndexedVob(test::MpegTestStreams::Get().Progressive25(), "PAL");
     const std::string project = temp.Read("Job/D_VTS_01_0/FRAMESERVING/001.d2v");
     Put("Job/D_VTS_01_0/FRAMESERVING/001.d2v", project.substr(0, project.find("Field_Operation")));

@@ -27,7 +27,7 @@ constexpr const char* kDemuxed = "K:\\JOB\\D_VIDEO_TS\\DEMUXED";
 struct StandInJob : test::JobFixture {
     explicit StandInJob(const std::string& discHost) {
         paths.MapDrive('D', discHost, platform::DriveKind::CDRom);
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
     }
     std::set<std::string> Names(const std::string& folder) const {

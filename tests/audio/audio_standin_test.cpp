@@ -32,7 +32,7 @@ const std::string kDrive = "K:\\job dir\\D_VTS-01 x\\";
 
 struct AudioFixture {
     AudioFixture() {
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         runner.SetChildOutput([this](const std::string& line) { output += line + "\n"; });
         temp.Write(kFolder + "keep", "");
     }

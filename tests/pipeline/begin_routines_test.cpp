@@ -107,8 +107,9 @@ TEST(CheckVOB, ScenaristTakes600VobIdsAndAsksAt601) {
     EXPECT_EQ(domain.Vob_Id.Item(601).Dummy, -1);
     EXPECT_EQ(f.job.SelectedMenus[1], "");
 
-    // Without Muxman.exe the domain is skipped without a question.
-    test::PipelineFixture g("pal-vmg-buttons", {"3.5.4.0", true, false, true});
+    // Without Muxman.exe the domain is skipped without a question (the
+    // Windows profile: in the native one the authoring engine stands in).
+    test::PipelineFixture g("pal-vmg-buttons", {"3.5.4.0", true, false, true}, false);
     auto& other = g.job.DiscModel.Add();
     g.job.DomainIndex = 1;
     for (int i = 0; i < 601; ++i) other.Vob_Id.Add();

@@ -19,7 +19,7 @@ disc="$fixtures/ntsc-vts-menus-2lang"
 #    The program runs from a folder of its own, laid out as the build's:
 #    the other tests' runs write their settings' files beside the build's.
 mkdir -p "$work/home/jobs" "$work/bin" "$work/program"
-for file in kestrova-cli kestrova-standin; do
+for file in kestrova-cli kestrova-standin kestrova-author; do
   ln "$build/$file" "$work/program/" 2> /dev/null || cp "$build/$file" "$work/program/"
 done
 cp -r "$build/new.avs" "$build"/PAL.bmp "$build"/NTSC.bmp "$build"/PAL.mpv "$build"/NTSC.mpv "$work/program/"
@@ -47,7 +47,7 @@ listed() {  # what runs, why
 listed "PgcDemux.exe: $build/kestrova-standin --tool PgcDemux" 'native equivalent'
 listed "vobtest.exe: $work/bin/recorder" KESTROVA_TOOL_OVERRIDES
 listed "revpulldown.exe: $build/kestrova-standin --tool revpulldown" 'native equivalent'
-listed 'Muxman.exe: nothing' 'passed over'
+listed "Muxman.exe: $build/kestrova-author" 'native equivalent'
 
 # 3. Bad settings: a message naming the entry, exit status 2, nothing made.
 bad() {  # name, message, environment...

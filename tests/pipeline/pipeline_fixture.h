@@ -23,7 +23,7 @@ public:
         const std::string videoTs = FixtureDisc(disc);
         paths.AddDrives("D:=" + videoTs.substr(0, videoTs.size() - 9) + "@cdrom");
         job.ProgramFolder = LayOutProgramFolder(temp, registry, "Program", layout);
-        if (standIns) AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        if (standIns) AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         job.ScenaristVersion = layout.Scenarist ? "3.0" : "";
         job.Options().Default_Enable_Log = 1;
         job.Options().No_ReEncode = 1;  // no encoder in this folder

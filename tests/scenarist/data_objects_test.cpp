@@ -148,7 +148,7 @@ TEST(ScenaristData, AConvertedSubpictureTakesTheConvertedAreas) {
 TEST(ScenaristData, ADamagedAc3StreamIsRepairedBeforeItsItemIsWritten) {
     KESTROVA_REQUIRE_FFMPEG();
     DataJob f;
-    AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(f.launcher, KESTROVA_HOST_PROGRAMS);
     VOB_ID_Properties& vob = f.AddVob("Video", 1);
     vob.Audio_Present = -1;
     vob.Audio_Stream_Quantity = 3;  // stream 3 was never demultiplexed

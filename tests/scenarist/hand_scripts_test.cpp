@@ -484,7 +484,7 @@ std::string FirstDifference(const std::string& written, const std::string& golde
 TEST(HandScripts, TwoBatchesMatchTheirGoldensAndReadBackAsTheDisc) {
     KESTROVA_REQUIRE_FFMPEG();
     HandDisc f;
-    AddStandInTools(f.launcher, KESTROVA_STANDIN_PATH);
+    AddStandInTools(f.launcher, KESTROVA_HOST_PROGRAMS);
     BuildDisc(f);
     const std::string command = "ffmpeg -nostdin -loglevel error -y -f lavfi -i sine=f=440:d=1:sample_rate=48000 "
                                 "-ac 2 -c:a ac3 -b:a 192k -f ac3 '" + f.temp.Host("tone.ac3") + "'";

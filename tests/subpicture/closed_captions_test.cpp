@@ -36,7 +36,7 @@ std::string ReadHost(const std::string& path) {
 // are the stand-ins, ripped by CreateIFO and converted by NewConvert_SUBS.
 struct CaptionJob : test::JobFixture {
     explicit CaptionJob(const std::string& vob = {}) {
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
         job.RecoveryJournal.File("K:\\Kestrova_Recovery.LOG");
         job.JobRoot = job.OutputFolder = "K:\\Job";

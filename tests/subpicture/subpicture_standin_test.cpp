@@ -40,7 +40,7 @@ std::string ReadHost(const std::string& path) {
 // A job in the VMG's work folder whose subpicture tools are the stand-ins.
 struct SubpictureJob : test::JobFixture {
     SubpictureJob() {
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         runner.SetChildOutput([this](const std::string& line) { childOutput += line + "\n"; });
         job.RecoveryJournal.File("K:\\Kestrova_Recovery.LOG");
         job.JobRoot = job.OutputFolder = "K:\\Job";

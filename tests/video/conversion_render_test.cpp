@@ -29,7 +29,7 @@ public:
         job.State().ConvertAudio = -1;
         job.Options().Field = job.Options().FrameType = job.Options().Scanning = "Auto";
         job.Options().Conversion = job.Options().UseQuenc = 1;
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
     }
 
     // Serves the stream as VOB id 1 of a disc of the standard and encodes

@@ -71,7 +71,7 @@ struct EncoderFixture {
         temp.Write(kFolder + "/DEMUXED/001.M2V", SourceStream());
         temp.Write(kFolder + "/FRAMESERVING/keep", "");
         temp.Write("PROG/cct2.exe", "");
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         const std::pair<const char*, const char*> encoders[] = {
             {"cct2.exe", "CCE"}, {"EclCCE.exe", "EclCCE"}, {"QuEnc.exe", "QuEnc"},
             {"HCbatch_015a.exe", "HCenc"}, {"Rejig.exe", "Rejig"}};

@@ -23,7 +23,7 @@ constexpr const char* kFrameServing = "K:\\Job\\D_VTS_01_0\\FRAMESERVING";
 class UpdateMpv : public test::AssetStageFixture {
 public:
     UpdateMpv() {
-        AddStandInTools(launcher, KESTROVA_STANDIN_PATH);
+        AddStandInTools(launcher, KESTROVA_HOST_PROGRAMS);
         // The dummy streams the build made beside the stand-in.
         const fs::path build = fs::path(KESTROVA_STANDIN_PATH).parent_path();
         files.MakeFolder(job.ProgramFolder);

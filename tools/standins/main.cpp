@@ -3,19 +3,9 @@
 // file name ("PGCDemux.exe" -> PGCDemux). Each call is recorded in the file
 // named by $KESTROVA_STANDIN_CALLS (tool, a tab, the arguments quoted as on
 // a Windows command line), and $KESTROVA_STANDIN_FAIL ("copy,touch=partial")
-// makes the named tools fail. $KESTROVA_COMMAND_LINE, when the launcher
-// sets it, is the Windows command line as written.
-//
-// The entries of $KESTROVA_STANDIN_FAIL, NAME or NAME=MODE:
-//   NAME, NAME=fail    leave nothing, exit 1
-//   NAME=partial       leave a truncated output, exit 1
-//   NAME=dieafter:K    a tool working through a list (the encoders) does K
-//                      items whole, leaves the next one's output truncated
-//                      and exits 1: the batch that dies half way
-//   NAME=failfirst:N   the first N calls fail as "fail", later ones work.
-//                      Calls are counted per tool in the file named by
-//                      $KESTROVA_STANDIN_COUNTS, else in the call record
-//                      file's name with ".counts" added.
+// makes the named tools fail (fail_switch.h has its entries).
+// $KESTROVA_COMMAND_LINE, when the launcher sets it, is the Windows command
+// line as written.
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -28,6 +18,7 @@
 #include "platform/error.h"
 #include "platform/path_space.h"
 #include "platform/terminal.h"
+#include "fail_switch.h"
 #include "standin.h"
 
 namespace kestrova::standin {
@@ -39,73 +30,6 @@ std::string ToolFromProgramName(const std::string& argv0) {
         name.resize(name.size() - 4);
     }
     return name;
-}
-
-struct FailRequest {
-    FailMode Mode = FailMode::None;
-    long ItemsBeforeFailure = 0;
-    long FailFirstCalls = 0;  // failfirst:N
-};
-
-// The count behind "dieafter:" or "failfirst:".
-long FailCount(const std::string& mode, const std::string& word) {
-    const std::string what = "count behind " + word + " in $KESTROVA_STANDIN_FAIL";
-    return ParseNumber(mode.substr(word.size()), what.c_str());
-}
-
-// The entry of $KESTROVA_STANDIN_FAIL for this tool, if there is one.
-FailRequest FailRequestFor(const std::string& tool) {
-    const char* list = std::getenv("KESTROVA_STANDIN_FAIL");
-    if (list == nullptr) return {};
-    const std::string text = list;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t end = text.find(',', start);
-        if (end == std::string::npos) end = text.size();
-        std::string entry = text.substr(start, end - start);
-        start = end + 1;
-        std::string mode;
-        if (auto equals = entry.find('='); equals != std::string::npos) {
-            mode = entry.substr(equals + 1);
-            entry.erase(equals);
-        }
-        if (!platform::EqualsIgnoreCase(entry, tool)) continue;
-        const std::string upper = platform::ToUpperAscii(mode);
-        if (upper == "PARTIAL") return {FailMode::Partial, 0, 0};
-        if (upper.rfind("DIEAFTER:", 0) == 0) return {FailMode::Partial, FailCount(upper, "DIEAFTER:"), 0};
-        if (upper.rfind("FAILFIRST:", 0) == 0) return {FailMode::None, 0, FailCount(upper, "FAILFIRST:")};
-        return {FailMode::Fail, 0, 0};
-    }
-    return {};
-}
-
-// The number of this call of the tool (1 for the first), kept in the count
-// file, one line "TOOL COUNT" per tool.
-long CountCall(const std::string& tool) {
-    std::string path = platform::EnvironmentValue("KESTROVA_STANDIN_COUNTS");
-    if (path.empty()) {
-        path = platform::EnvironmentValue("KESTROVA_STANDIN_CALLS");
-        if (path.empty()) {
-            throw Error(tool + ": failfirst in $KESTROVA_STANDIN_FAIL needs a file to count the calls in; set "
-                               "KESTROVA_STANDIN_COUNTS or KESTROVA_STANDIN_CALLS");
-        }
-        path += ".counts";
-    }
-    std::vector<std::pair<std::string, long>> counts;
-    std::ifstream in(path);
-    for (std::string line; std::getline(in, line);) {
-        std::istringstream fields(line);
-        std::pair<std::string, long> entry;
-        if (fields >> entry.first >> entry.second) counts.push_back(entry);
-    }
-    in.close();
-    auto found = std::find_if(counts.begin(), counts.end(), [&tool](const auto& entry) { return entry.first == tool; });
-    if (found == counts.end()) found = counts.insert(counts.end(), {tool, 0});
-    const long number = ++found->second;
-    std::ofstream out(path, std::ios::trunc);
-    for (const auto& [name, count] : counts) out << name << ' ' << count << '\n';
-    if (!out) throw Error(tool + ": cannot write the call count file " + path);
-    return number;
 }
 
 void RecordCall(const std::string& tool, const std::vector<std::string>& arguments) {
@@ -185,9 +109,8 @@ int Run(int argc, char** argv) {
     call.Program = ProgramOf(arguments);
     call.Paths = platform::PathSpace::FromEnvironment();
     const FailRequest request = FailRequestFor(tool);
-    call.Fail = request.Mode;
+    call.Fail = FailModeOfCall(tool, request);
     call.ItemsBeforeFailure = request.ItemsBeforeFailure;
-    if (request.FailFirstCalls > 0 && CountCall(tool) <= request.FailFirstCalls) call.Fail = FailMode::Fail;
     if (call.Fail == FailMode::Fail || (call.Fail == FailMode::Partial && !personality->HasPartial)) {
         std::cerr << tool << ": failing as asked by KESTROVA_STANDIN_FAIL\n";
         return 1;
