@@ -2,7 +2,6 @@
 #include "scenarist/track_objects.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -738,12 +737,6 @@ std::string ConvertButtonMode(const std::string& mode) {
         at = comma + 2;
     }
     return joined;
-}
-
-int ConvertButtonY(const JobContext& job, int y) {
-    if (job.Timing.Conversion != 1) return y;
-    const bool palSource = job.Timing.FramesPerSecond == 25;
-    return static_cast<int>(std::nearbyint(palSource ? y / 1.2 : y * 1.2));
 }
 
 }  // namespace kestrova

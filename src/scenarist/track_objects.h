@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "authoring/picture_helpers.h"
 #include "authoring/script_file.h"
 #include "job/context.h"
 #include "scenarist/script_run.h"
@@ -26,8 +27,5 @@ void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile
 
 // The three button mode values of a highlight: "a, b" becomes "a/b".
 std::string ConvertButtonMode(const std::string& mode);
-// A button's Y on the authored picture: scaled by 1.2 when the job
-// converts between PAL and NTSC.
-int ConvertButtonY(const JobContext& job, int y);
 
 }  // namespace kestrova
