@@ -574,13 +574,13 @@ void PrintNav(Session& session, const std::vector<std::string>& paths) { PrintNa
 
 void PrintNavJson(Session& session, const std::vector<std::string>& paths) { PrintNavFiles(session, paths, true); }
 
-// A Scenarist script (a host path): its model on the output, its
-// diagnostics as file:line lines on the error stream. File= paths are drive
-// paths, found through KESTROVA_DRIVES. An error fails the run.
+// A Scenarist or Muxman script (a host path; the dialect by its extension,
+// else by a first statement "Section=Settings"): its model on the output,
+// its diagnostics as file:line lines on the error stream. File= paths are
+// drive paths, found through KESTROVA_DRIVES. An error fails the run.
 void PrintScriptFile(Session& session, const std::string& path, bool json) {
     ScriptDiagnostics diagnostics;
-    const ScenaristScript script =
-        LintScenaristFile(session.Files, session.Paths.ToWindows(path), diagnostics, path);
+    const LintedScript script = LintScriptFile(session.Files, session.Paths.ToWindows(path), diagnostics, path);
     const PrintNode tree = ScriptModelTree(script.Model);
     std::cout << (json ? tree.RenderJson() : tree.RenderText());
     std::cout.flush();
@@ -623,10 +623,10 @@ const Mode kModes[] = {
     {"--nav", "FILE.VOB...", true, "each change of the buttons and highlights in the NAV packs of VOB files",
      PrintNav},
     {"--nav --json", "FILE.VOB...", true, "the same as JSON", PrintNavJson},
-    {"--script", "FILE.SCP", false,
-     "a Scenarist script's model; its diagnostics (file:line: ...) on the error stream, exit 1 on an error",
+    {"--script", "FILE.SCP|FILE.MXP", false,
+     "a Scenarist or Muxman script's model; its diagnostics (file:line: ...) on the error stream, exit 1 on an error",
      PrintScript},
-    {"--script --json", "FILE.SCP", false, "the same as JSON", PrintScriptJson},
+    {"--script --json", "FILE.SCP|FILE.MXP", false, "the same as JSON", PrintScriptJson},
 };
 
 std::string Usage() {

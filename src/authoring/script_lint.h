@@ -1,5 +1,6 @@
-// The linter of Scenarist scripts. Over the tree: the order of the
-// objects, the keys each block knows, the brace that closes Object=Version.
+// The linter of Scenarist and Muxman scripts (the Muxman checks below the
+// Scenarist ones). Over the tree: the order of the objects, the keys each
+// block knows, the brace that closes Object=Version.
 // Over the model: every name a field gives names an object of the right
 // kind (data items, scenes, palettes, tracks, programs, PGCs, buttons, the
 // targets of commands), numbers stay within their lists, and every asset
@@ -33,10 +34,12 @@ void CheckScenaristGrammar(const ScriptDocument& document, ScriptDiagnostics& di
 void CheckScenaristReferences(const ScriptModel& model, const ScriptLintOptions& options,
                               ScriptDiagnostics& diagnostics);
 
-struct ScenaristScript {
+// A script read and linted: its tree and its model.
+struct LintedScript {
     ScriptDocument Document;
     ScriptModel Model;
 };
+using ScenaristScript = LintedScript;
 
 // Reads a script (a drive path) through the path space into its model and
 // runs every check, files through the same file system. Diagnostics name
@@ -44,5 +47,32 @@ struct ScenaristScript {
 // only when the file cannot be read; ends the diagnostics with Finish().
 ScenaristScript LintScenaristFile(const platform::FileSystem& files, const std::string& path,
                                   ScriptDiagnostics& diagnostics, const std::string& shownAs = {});
+
+// The grammar of a Muxman script over the tokenizer's: the sections and
+// their order (grammar.section-order), the keys and blocks each block
+// knows, the labels of command lists (grammar.command-label), times
+// (value.time), names a command line could not hold (value.name), and the
+// writers' spellings (oddity.uop-capitals, oddity.time-semicolon).
+void CheckMuxmanGrammar(const ScriptDocument& document, ScriptDiagnostics& diagnostics);
+
+// The references of a Muxman model: scenes, palettes, PGC links, buttons
+// and their menu lines, the targets of command lines, play files. A small
+// script (no destination folder) reaches objects outside itself: those
+// targets are notes (ref.outside-script), since the merge puts the
+// source's commands back.
+void CheckMuxmanReferences(const ScriptModel& model, const ScriptLintOptions& options, ScriptDiagnostics& diagnostics);
+
+// LintScenaristFile for a Muxman script.
+LintedScript LintMuxmanFile(const platform::FileSystem& files, const std::string& path, ScriptDiagnostics& diagnostics,
+                            const std::string& shownAs = {});
+
+// True for a Muxman script: the path ends in ".MXP" (any case), or, for a
+// path ending in neither ".MXP" nor ".SCP", the first statement is
+// "Section=Settings".
+bool IsMuxmanScript(const std::string& path, const ScriptDocument& document);
+
+// Either dialect, by IsMuxmanScript; the file is read once.
+LintedScript LintScriptFile(const platform::FileSystem& files, const std::string& path, ScriptDiagnostics& diagnostics,
+                            const std::string& shownAs = {});
 
 }  // namespace kestrova

@@ -203,6 +203,7 @@ struct ScriptLanguage {
     ScriptPlace Place;
     std::string Name;          // the language unit's code ("en")
     std::string LanguageName;  // "English"
+    std::string Label;         // Muxman: the unit's "Name=", the domain and the language name ("VTS001English")
     std::vector<ScriptPgc> Pgcs;
     std::vector<ScriptReference> PartOfTitle;  // Muxman: programs of a title-like unit, by name
 };

@@ -68,32 +68,54 @@ PrintNode DataItemNode(const ScriptDataItem& item) {
     return node;
 }
 
-PrintNode PlayNode(const ScriptPlay& play) {
-    PrintNode node = Placed(play.Place);
-    SetIf(node, "data", play.Data);
-    node.Set("start_to_video", play.StartTimeToVideo);
-    node.Set("start", play.StartTime);
-    node.Set("duration", play.Duration);
-    return node;
-}
-
-PrintNode StreamNode(const ScriptStream& stream) {
-    PrintNode node = Placed(stream.Place);
-    node.Set("number", std::int64_t{stream.StreamNumber});
-    SetIf(node, "language", stream.Language);
-    SetIf(node, "display_mode", stream.DisplayMode);
-    PrintNode& plays = node.Set("play", PrintNode::Array());
-    for (const ScriptPlay& play : stream.Plays) plays.Push(PlayNode(play));
-    return node;
-}
-
 std::string Four(const std::array<int, 4>& values) {
     return std::to_string(values[0]) + " " + std::to_string(values[1]) + " " + std::to_string(values[2]) + " " +
            std::to_string(values[3]);
 }
 
-PrintNode HighlightNode(const ScriptHighlight& highlight) {
-    PrintNode node = PlayNode(highlight.Play);
+std::string AreaText(const ScriptArea& a) {
+    return std::to_string(a.X1) + "," + std::to_string(a.Y1) + "-" + std::to_string(a.X2) + "," + std::to_string(a.Y2);
+}
+
+// A Muxman play names its file and has no start to video; its sub-picture
+// plays carry their look.
+PrintNode PlayNode(const ScriptPlay& play, bool muxman) {
+    PrintNode node = Placed(play.Place);
+    SetIf(node, "data", play.Data);
+    SetIf(node, "file", play.File);
+    if (!muxman) node.Set("start_to_video", play.StartTimeToVideo);
+    if (!muxman || !play.StartTime.empty()) node.Set("start", play.StartTime);
+    node.Set("duration", play.Duration);
+    const ScriptSubpictureLook& look = play.Look;
+    if (!look.ForcedStart.empty() || !look.TimeCode.empty()) {
+        node.Set("forced_start", look.ForcedStart);
+        node.Set("time_code", look.TimeCode);
+        node.Set("origin", std::to_string(look.OriginX) + "," + std::to_string(look.OriginY));
+        node.Set("display_area", AreaText(look.DisplayArea));
+        node.Set("pixel_colours", look.PixelColors[0] + "/" + look.PixelColors[1] + "/" + look.PixelColors[2]);
+        node.Set("colour", Four(look.Color));
+        node.Set("contrast", Four(look.Contrast));
+    }
+    return node;
+}
+
+PrintNode StreamNode(const ScriptStream& stream, bool muxman) {
+    PrintNode node = Placed(stream.Place);
+    node.Set("number", std::int64_t{stream.StreamNumber});
+    SetIf(node, "language", stream.Language);
+    if (muxman) {
+        node.Set("language_extension", std::int64_t{stream.LanguageExtension});
+        node.Set("delay", std::int64_t{stream.Delay});
+    }
+    SetIf(node, "display_mode", stream.DisplayMode);
+    PrintNode& plays = node.Set("play", PrintNode::Array());
+    for (const ScriptPlay& play : stream.Plays) plays.Push(PlayNode(play, muxman));
+    return node;
+}
+
+PrintNode HighlightNode(const ScriptHighlight& highlight, bool muxman) {
+    PrintNode node = PlayNode(highlight.Play, muxman);
+    SetIf(node, "select_end", highlight.SelectEndTime);
     node.Set("button_modes",
              highlight.ButtonModes[0] + "/" + highlight.ButtonModes[1] + "/" + highlight.ButtonModes[2]);
     node.Set("offset", std::int64_t{highlight.OffsetNumber});
@@ -116,10 +138,7 @@ PrintNode HighlightNode(const ScriptHighlight& highlight) {
         b.Set("colour", std::int64_t{button.ColorIndex});
         b.Set("auto", button.AutoAction ? "yes" : "no");
         std::string areas;
-        for (const ScriptArea& a : button.Areas) {
-            areas += (areas.empty() ? "" : " ") + std::to_string(a.X1) + "," + std::to_string(a.Y1) + "-" +
-                     std::to_string(a.X2) + "," + std::to_string(a.Y2);
-        }
+        for (const ScriptArea& a : button.Areas) areas += (areas.empty() ? "" : " ") + AreaText(a);
         b.Set("areas", areas);
         b.Set("left", button.Left);
         b.Set("right", button.Right);
@@ -136,25 +155,31 @@ std::string Joined(const std::vector<std::string>& texts) {
     return out;
 }
 
-PrintNode TrackNode(const ScriptTrack& track) {
+PrintNode TrackNode(const ScriptTrack& track, bool muxman) {
     PrintNode node = Placed(track.Place);
     node.Set("kind", TrackKindName(track.Kind));
     node.Set("name", track.Name);
     node.Set("display_mode", track.DisplayMode);
-    node.Set("picture", PlayNode(track.Picture));
+    if (muxman) {
+        node.Set("standard", track.Standard);
+        PrintNode& plays = node.Set("video_play", PrintNode::Array());
+        for (const ScriptPlay& play : track.VideoPlays) plays.Push(PlayNode(play, true));
+    } else {
+        node.Set("picture", PlayNode(track.Picture, false));
+    }
     PrintNode& audio = node.Set("audio_stream", PrintNode::Array());
-    for (const ScriptStream& stream : track.AudioStreams) audio.Push(StreamNode(stream));
+    for (const ScriptStream& stream : track.AudioStreams) audio.Push(StreamNode(stream, muxman));
     PrintNode& subpictures = node.Set("sub_picture_stream", PrintNode::Array());
-    for (const ScriptStream& stream : track.SubpictureStreams) subpictures.Push(StreamNode(stream));
+    for (const ScriptStream& stream : track.SubpictureStreams) subpictures.Push(StreamNode(stream, muxman));
     PrintNode& highlights = node.Set("highlight", PrintNode::Array());
-    for (const ScriptHighlight& highlight : track.Highlights) highlights.Push(HighlightNode(highlight));
+    for (const ScriptHighlight& highlight : track.Highlights) highlights.Push(HighlightNode(highlight, muxman));
     PrintNode& scenes = node.Set("scene", PrintNode::Array());
     for (const ScriptScene& scene : track.Scenes) {
         PrintNode s = Placed(scene.Place);
         s.Set("name", scene.Name);
-        s.Set("palette", scene.ColorPalette);
+        if (!muxman) s.Set("palette", scene.ColorPalette);
         s.Set("time", scene.SceneTime);
-        SetIf(s, "uop", Joined(scene.Uops));
+        SetIf(s, "uop", muxman ? scene.Uop : Joined(scene.Uops));
         scenes.Push(std::move(s));
     }
     return node;
@@ -182,7 +207,8 @@ PrintNode PgcNode(const ScriptPgc& pgc) {
     SetIf(node, "goup", pgc.GoupPgc);
     SetIf(node, "menu_id", pgc.MenuId);
     node.Set("still_time", std::int64_t{pgc.StillTime});
-    SetIf(node, "uop", Joined(pgc.Uops));
+    SetIf(node, "uop", pgc.Uop.empty() ? Joined(pgc.Uops) : pgc.Uop);
+    SetIf(node, "palette", pgc.Palette);
     Commands(node, "pre_command", pgc.PreCommands);
     Commands(node, "post_command", pgc.PostCommands);
     Commands(node, "cell_command", pgc.CellCommands);
@@ -227,8 +253,10 @@ PrintNode DomainNode(const ScriptDomain& domain) {
         PrintNode& l = languages.Push(Placed(language.Place));
         l.Set("name", language.Name);
         l.Set("language_name", language.LanguageName);
+        SetIf(l, "label", language.Label);
         PrintNode& pgcs = l.Set("pgc", PrintNode::Array());
         for (const ScriptPgc& pgc : language.Pgcs) pgcs.Push(PgcNode(pgc));
+        if (!language.PartOfTitle.empty()) l.Set("part_of_title", References(language.PartOfTitle));
     }
     node.Set("menu_track", References(domain.MenuTracks));
     node.Set("title_track", References(domain.TitleTracks));
@@ -236,6 +264,7 @@ PrintNode DomainNode(const ScriptDomain& domain) {
     for (const ScriptTitle& title : domain.Titles) {
         PrintNode& t = titles.Push(Placed(title.Place));
         t.Set("name", title.Name);
+        SetIf(t, "uop", title.Uop);
         PrintNode& pgcs = t.Set("pgc", PrintNode::Array());
         for (const ScriptPgc& pgc : title.Pgcs) pgcs.Push(PgcNode(pgc));
         t.Set("part_of_title", References(title.PartOfTitle));
@@ -247,8 +276,13 @@ PrintNode DomainNode(const ScriptDomain& domain) {
 
 PrintNode ScriptModelTree(const ScriptModel& model) {
     PrintNode root = PrintNode::Object();
+    const bool muxman = model.Dialect == ScriptDialect::Muxman;
     root.Set("file", model.Files.empty() ? std::string() : model.Files.front());
-    root.Set("data_format_version", std::int64_t{model.DataFormatVersion});
+    if (muxman) {
+        root.Set("dialect", "muxman");
+    } else {
+        root.Set("data_format_version", std::int64_t{model.DataFormatVersion});
+    }
     SetIf(root, "dvd_root_directory", model.DvdRootDirectory);
     PrintNode& dataFolders = root.Set("data_folder", PrintNode::Array());
     for (const ScriptDataFolder& folder : model.DataFolders) {
@@ -264,7 +298,7 @@ PrintNode ScriptModelTree(const ScriptModel& model) {
         f.Set("name", folder.Name);
         f.Set("tracks", Count(folder.Tracks.size()));
         PrintNode& tracks = f.Set("track", PrintNode::Array());
-        for (const ScriptTrack& track : folder.Tracks) tracks.Push(TrackNode(track));
+        for (const ScriptTrack& track : folder.Tracks) tracks.Push(TrackNode(track, muxman));
     }
     PrintNode& scenario = root.Set("scenario", Placed(model.Scenario.Place));
     if (model.Scenario.FirstPgc) scenario.Set("first_pgc", PgcNode(*model.Scenario.FirstPgc));

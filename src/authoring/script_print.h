@@ -1,4 +1,5 @@
-// The authoring model as kestrova-inspect --script prints it: data folders
+// The authoring model of either dialect as kestrova-inspect --script prints
+// it (a Muxman script with its plays' files and looks): data folders
 // and items, track folders with tracks, streams, highlights, buttons and
 // scenes, the scenario's domains, language units, PGCs, programs, cells,
 // menus and commands with their targets, titles, and the palettes. Each

@@ -7,9 +7,10 @@
 // structure; depths are checked against it.
 //
 // The tokenizer gives a tree of statements over the file's bytes; the
-// Scenarist reader turns that tree into the authoring model. Faults of the
-// grammar are diagnostics with the file and line, never exceptions: a
-// broken file still gives a tree and a model of what could be read.
+// Scenarist and Muxman readers turn that tree into the authoring model.
+// Faults of the grammar are diagnostics with the file and line, never
+// exceptions: a broken file still gives a tree and a model of what could
+// be read.
 #pragma once
 
 #include <cstdint>
@@ -115,5 +116,13 @@ ScriptDocument ReadScriptFile(const platform::FileSystem& files, const std::stri
 // model are passed over (the linter checks them); a numeric field that is
 // not a number is value.number and reads as 0.
 ScriptModel ReadScenaristModel(const ScriptDocument& document, ScriptDiagnostics& diagnostics);
+
+// The authoring model of a Muxman script's tree (Dialect Muxman): the
+// destination folder and palettes of its settings, its segments as the
+// tracks of one folder "Content", its navigation as the first PGC and the
+// domains. Command lines keep their text whole, and the name a link or
+// jump reaches is their Target. A numeric field that is not a number is
+// value.number and reads as 0.
+ScriptModel ReadMuxmanModel(const ScriptDocument& document, ScriptDiagnostics& diagnostics);
 
 }  // namespace kestrova

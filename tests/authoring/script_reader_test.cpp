@@ -3,11 +3,13 @@
 // what was expected; damaged scripts never crash it.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 
 #include "authoring/script_lint.h"
 #include "authoring/script_print.h"
 #include "authoring/script_reader.h"
+#include "sample_mxp.h"
 #include "sample_script.h"
 #include "support/job_fixture.h"
 
@@ -27,6 +29,16 @@ std::unique_ptr<Lint> LintText(const std::string& text) {
     lint->Model = ReadScenaristModel(lint->Document, lint->Diagnostics);
     CheckScenaristGrammar(lint->Document, lint->Diagnostics);
     CheckScenaristReferences(lint->Model, {}, lint->Diagnostics);
+    lint->Diagnostics.Finish();
+    return lint;
+}
+
+std::unique_ptr<Lint> LintMuxmanText(const std::string& text) {
+    auto lint = std::make_unique<Lint>();
+    lint->Document = TokenizeScript("S.MXP", text, lint->Diagnostics);
+    lint->Model = ReadMuxmanModel(lint->Document, lint->Diagnostics);
+    CheckMuxmanGrammar(lint->Document, lint->Diagnostics);
+    CheckMuxmanReferences(lint->Model, {}, lint->Diagnostics);
     lint->Diagnostics.Finish();
     return lint;
 }
@@ -215,12 +227,10 @@ TEST(ScriptReader, GrammarFaultsAreAnsweredWithFileLineAndWhatWasExpected) {
 // Damaged scripts: cut at many points, bytes changed, lines swapped. Each is
 // read without a crash (the sanitizers watch), and each cut answers with an
 // error, each foreign byte with at least a warning.
-TEST(ScriptReader, DamagedScriptsNeverCrashTheReader) {
-    const test::SampleScriptShape shape{1, 2, 2, 2};
-    const std::string text = test::SampleScript(shape).Text();
+void Damage(const std::string& text, const std::function<std::unique_ptr<Lint>(const std::string&)>& lintText) {
     std::mt19937 random(17);
-    const auto read = [](const std::string& damaged) {
-        auto lint = LintText(damaged);
+    const auto read = [&lintText](const std::string& damaged) {
+        auto lint = lintText(damaged);
         static_cast<void>(ScriptModelTree(lint->Model).RenderJson());
         return lint;
     };
@@ -251,6 +261,18 @@ TEST(ScriptReader, DamagedScriptsNeverCrashTheReader) {
         for (const std::string& line : swapped) damaged += line;
         read(damaged);
     }
+}
+
+TEST(ScriptReader, DamagedScriptsNeverCrashTheReader) {
+    Damage(test::SampleScript({1, 2, 2, 2}).Text(), LintText);
+}
+
+TEST(ScriptReader, DamagedMuxmanScriptsNeverCrashTheReader) {
+    test::SampleMuxmanShape shape;
+    shape.Languages = 1;
+    Damage(test::SampleMuxman(shape).Text(), LintMuxmanText);
+    shape.Full = false;
+    Damage(test::SampleMuxman(shape).Text(), LintMuxmanText);
 }
 
 }  // namespace
