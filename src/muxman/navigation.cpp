@@ -92,31 +92,28 @@ private:
         if (!titleUnit) {
             WSF(run_, 3, "Language=" + (language.Language_Folder.empty() ? std::string("en") : language.Language_Folder));
         }
-        std::vector<std::string> written;
         for (int p = 1; p <= language.PGC_Quantity; ++p) {
             if (!InRange(language.PGC_Number.Count(), p)) {
                 WLOG(job_, "\tPGC=" + Dec(p) + " of language " + Dec(l) + " of " + d_ + " is not in the model (" +
                                Dec(static_cast<std::int64_t>(language.PGC_Number.Count())) + " PGCs) - left out");
                 continue;
             }
-            Pgc(language.PGC_Number.Item(static_cast<std::size_t>(p)), CommandPlace{entry_, l, name, p, 0}, written);
+            Pgc(language.PGC_Number.Item(static_cast<std::size_t>(p)), CommandPlace{entry_, l, name, p, 0});
         }
         GenerateDummyPGC(job_, run_, entry_, vob_, own_);
-        // A small script's units play only their own VOB; the navigation
-        // around it is the source's again after the merge.
+        // A small script's units play only their own VOB, as titles; the
+        // navigation around it is the source's again after the merge. A
+        // FULL script's language units are menus, which have no parts of
+        // a title (its titles list theirs).
         if (Small()) {
             Open(run_, 3, "Item=Part Of Title List");
             WSF(run_, 4, "Item=DummyProgram");
-            WSF(run_, 3, "}");
-        } else if (entry_ > 1) {
-            Open(run_, 3, "Item=Part Of Title List");
-            for (const std::string& program : written) WSF(run_, 4, "Item=" + program);
             WSF(run_, 3, "}");
         }
         WSF(run_, 2, "}");
     }
 
-    void Pgc(PGC_Number_Properties& pgc, const CommandPlace& place, std::vector<std::string>& written) {
+    void Pgc(PGC_Number_Properties& pgc, const CommandPlace& place) {
         const int p = place.Pgc;
         const std::string& name = place.Language;
         Open(run_, 3, "Item=PGC");
@@ -155,7 +152,7 @@ private:
         Open(run_, 4, "Item=Program List");
         if (programs) {
             heldWritten_ = Small();
-            ProgramList(pgc, place, written);
+            ProgramList(pgc, place);
         }
         WSF(run_, 4, "}");
         WSF(run_, 3, "}");
@@ -175,7 +172,7 @@ private:
         WSF(run_, 4, "}");
     }
 
-    void ProgramList(PGC_Number_Properties& pgc, const CommandPlace& place, std::vector<std::string>& written) {
+    void ProgramList(PGC_Number_Properties& pgc, const CommandPlace& place) {
         int ordinal = 0;  // the cell's place in the PGC, over its programs
         for (std::size_t g = 1; g <= pgc.PG.Count(); ++g) {
             bool opened = false;
@@ -187,7 +184,6 @@ private:
                         MuxmanProgramName(entry_, place.Language, place.Pgc, static_cast<int>(g));
                     Open(run_, 5, "Item=Program");
                     WSF(run_, 6, "Name=" + program);
-                    written.push_back(program);
                     opened = true;
                 }
                 Cell(pgc, place, ref, ordinal);
