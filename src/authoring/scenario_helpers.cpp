@@ -141,6 +141,14 @@ std::string ConvertMenuId(const JobContext& job, int code) {
     }
 }
 
+namespace {
+
+bool SubpictureMenu(std::string_view name) { return name == "Subpicture Menu" || name == "Sub-Picture Menu"; }
+
+bool SameMenu(std::string_view a, std::string_view b) { return a == b || (SubpictureMenu(a) && SubpictureMenu(b)); }
+
+}  // namespace
+
 int GetMenuType(const JobContext& job, int entry, int languageIndex, std::string_view menuName) {
     if (!InRange(job.DiscModel.Count(), entry)) return 0;
     const VTS_Properties& domain = job.DiscModel.Item(static_cast<std::size_t>(entry));
@@ -148,7 +156,7 @@ int GetMenuType(const JobContext& job, int entry, int languageIndex, std::string
     const Language_Properties& language = domain.Language.Item(static_cast<std::size_t>(languageIndex));
     for (std::size_t p = 1; p <= language.PGC_Number.Count(); ++p) {
         const int code = static_cast<int>(platform::LeadingWholeNumber(language.PGC_Number.Item(p).PGC_Type));
-        if (ConvertMenuId(job, code) == menuName) return static_cast<int>(p);
+        if (SameMenu(ConvertMenuId(job, code), menuName)) return static_cast<int>(p);
     }
     return 0;
 }
@@ -258,6 +266,19 @@ std::string CommandToAction(JobContext& job, std::string_view command, std::stri
         return VmgPgcTarget(job, NumberBehind(command, "pgc_", ""));
     }
     return "";
+}
+
+std::string ConvertButtonMode(std::string_view mode) {
+    std::string joined;
+    std::size_t at = 0;
+    while (true) {
+        const std::size_t comma = mode.find(", ", at);
+        joined += mode.substr(at, comma == std::string_view::npos ? std::string_view::npos : comma - at);
+        if (comma == std::string_view::npos) break;
+        joined += '/';
+        at = comma + 2;
+    }
+    return joined;
 }
 
 namespace authoring {

@@ -50,7 +50,8 @@ TitleArray GetTitleArray(JobContext& job);
 std::string ConvertMenuId(const JobContext& job, int code);
 
 // The number of the first PGC of the language whose menu type is the name,
-// or 0.
+// or 0. "Subpicture Menu" and "Sub-Picture Menu" name the same menu: the
+// mark of a command spells it one way, ConvertMenuId under Muxman the other.
 int GetMenuType(const JobContext& job, int entry, int languageIndex, std::string_view menuName);
 
 // A command that names a menu of the title set rather than a PGC (the
@@ -65,6 +66,12 @@ std::string RewriteSpecial(const JobContext& job, std::string_view command, int 
 // a command without a target, "ERROR" for a target that names nothing.
 std::string CommandToAction(JobContext& job, std::string_view command, std::string_view language, int entry,
                             int pgc, int languageIndex);
+
+// --- Highlights ----------------------------------------------------------
+
+// A button mode value of a highlight: the model's "a, b" becomes "a/b"; a
+// single mode stands as it is, an empty one stays empty.
+std::string ConvertButtonMode(std::string_view mode);
 
 // --- Timecodes -----------------------------------------------------------
 

@@ -14,21 +14,30 @@
 namespace kestrova {
 
 // The caller of a translation: its domain (entry of DiscModel), language
-// unit (index from 1 and its name L), PGC number, and for the button-check
-// form the VOB whose cells the check looks at (0: all cells).
+// unit (index from 1 and its name L, as MuxmanLanguage gives it) and PGC
+// number. For the button-check form also the cell whose highlight holds the
+// button: its VOB and its CELL_ID there; the relative links (next and
+// previous cell or program) count from that cell's place in the PGC.
 struct CommandPlace {
     int Entry = 0;
     int LanguageIndex = 0;
     std::string Language;
     int Pgc = 0;
     int Vob = 0;
+    int Cell = 0;
 };
 
 // The command text with its target named as the script names it, "Nop"
-// for an empty text, or "ERROR" for a target that names nothing. Sets
-// run.LinkChanged. With buttonCheck the result is also checked for
-// relative links (tail, next, previous, go-up) that would reach a removed
-// menu: such a link becomes "LinkTopC, button=1".
+// for an empty text, or "ERROR" for a cell or chapter that names nothing.
+// A link to a menu that shows nothing any more becomes
+// "LinkTopC, button=1". run.LinkChanged is true after a translation that
+// replaced a link so, false after any other.
+//
+// With buttonCheck the question is only whether the button's link is
+// removed: relative links (tail, next, previous, go-up) are checked too, and
+// the result is "LinkTopC, button=1" for a removed link, else the command as
+// given ("Nop" for an empty one), since the caller writes the button's
+// command on its own.
 std::string TranslateCommand(JobContext& job, MuxmanRun& run, std::string_view command, const CommandPlace& place,
                              bool buttonCheck = false);
 

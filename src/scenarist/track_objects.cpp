@@ -726,17 +726,4 @@ void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile
     file.Close(6);
 }
 
-std::string ConvertButtonMode(const std::string& mode) {
-    std::string joined;
-    std::size_t at = 0;
-    while (true) {
-        const std::size_t comma = mode.find(", ", at);
-        joined += mode.substr(at, comma == std::string::npos ? std::string::npos : comma - at);
-        if (comma == std::string::npos) break;
-        joined += '/';
-        at = comma + 2;
-    }
-    return joined;
-}
-
 }  // namespace kestrova

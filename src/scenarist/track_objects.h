@@ -25,7 +25,4 @@ void GenerateSceneExtra(ScriptFile& file);
 void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile& file, const std::string& vobType,
                             const BMP_Properties& bitmap, const std::string& buttonName);
 
-// The three button mode values of a highlight: "a, b" becomes "a/b".
-std::string ConvertButtonMode(const std::string& mode);
-
 }  // namespace kestrova
