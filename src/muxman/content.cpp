@@ -9,6 +9,7 @@
 #include "assets/asset_support.h"
 #include "authoring/picture_helpers.h"
 #include "authoring/scenario_helpers.h"
+#include "dvd/stream_attributes.h"
 #include "job/folders.h"
 #include "job/log_writers.h"
 #include "job/progress.h"
@@ -286,8 +287,9 @@ private:
         Open(run_, 3, "Item=Highlight Play");
         WSF(run_, 4, "Start=" + start);
         WSF(run_, 4, "Duration=" + SubLength(job_, start, b.Track_Duration, entry_, v_, cell));
-        WSF(run_, 4, "Select End Time=" + (still ? SubEndTime(job_, "00:00:00:00", h.End_Time_Of_Select, entry_, v_, cell)
-                                                 : SubLength(job_, start, h.End_Time_Of_Select, entry_, v_, cell)));
+        const std::string selectEnd = still ? SubEndTime(job_, "00:00:00:00", h.End_Time_Of_Select, entry_, v_, cell)
+                                            : SubLength(job_, start, h.End_Time_Of_Select, entry_, v_, cell);
+        WSF(run_, 4, "Select End Time=" + selectEnd);
         // The modes are the bitmap's first highlight's, as its buttons'
         // groups were read.
         const HIGHLIGHT_STREAM_Properties& first = b.HIGHLIGHT_STREAM.Item(1);
@@ -427,7 +429,8 @@ private:
         const auto& o = job_.Options();
         const std::int64_t bytes = bytes_ + 4096 * static_cast<std::int64_t>(vob_.TotalSubs);
         const int gop = o.m * o.N;
-        const auto groups = static_cast<std::int64_t>(std::nearbyint(static_cast<double>(frames_) / (gop > 0 ? gop : 1)));
+        const auto groups =
+            static_cast<std::int64_t>(std::nearbyint(static_cast<double>(frames_) / (gop > 0 ? gop : 1)));
         domain_.Size += (bytes / 2012 + groups) * 2048;
     }
 
@@ -470,7 +473,8 @@ void DummyMenuSegments(JobContext& job, MuxmanRun& run) {
 // Finishes a small script: the navigation around its segment, with the
 // VMG skeleton a title set's VOB needs, then the file saved.
 void WriteSmallNavigation(JobContext& job, MuxmanRun& run, int entry, int v) {
-    const VOB_ID_Properties& vob = job.DiscModel.Item(static_cast<std::size_t>(entry)).Vob_Id.Item(static_cast<std::size_t>(v));
+    const VTS_Properties& domain = job.DiscModel.Item(static_cast<std::size_t>(entry));
+    const VOB_ID_Properties& vob = domain.Vob_Id.Item(static_cast<std::size_t>(v));
     const OwnSegment own{entry, v};
     WSF(run, 0, "}");
     GenerateFP(job, run);
@@ -622,11 +626,13 @@ int CheckButtons(JobContext& job, MuxmanRun& run, int entry, int vob, HIGHLIGHT_
         for (std::size_t p = 1; p <= language.PGC_Number.Count(); ++p) {
             bool plays = false;
             for (const PG_Properties& pg : language.PGC_Number.Item(p).PG) {
-                for (const Cell_Ref_Properties& ref : pg.cell_ref) plays = plays || (ref.Vob_Id == vob && ref.CELL_ID == cell);
+                for (const Cell_Ref_Properties& ref : pg.cell_ref) {
+                    plays = plays || (ref.Vob_Id == vob && ref.CELL_ID == cell);
+                }
             }
             if (plays) {
                 places.push_back({entry, static_cast<int>(l), MuxmanLanguage(job, entry, static_cast<int>(l)),
-                                  static_cast<int>(p), vob});
+                                  static_cast<int>(p), vob, cell});
             }
         }
     }

@@ -90,7 +90,8 @@ private:
         Open(run_, 2, titleUnit ? "Item=Title" : "Item=Language");
         WSF(run_, 3, "Name=" + d_ + name);
         if (!titleUnit) {
-            WSF(run_, 3, "Language=" + (language.Language_Folder.empty() ? std::string("en") : language.Language_Folder));
+            const std::string& code = language.Language_Folder;
+            WSF(run_, 3, "Language=" + (code.empty() ? std::string("en") : code));
         }
         for (int p = 1; p <= language.PGC_Quantity; ++p) {
             if (!InRange(language.PGC_Number.Count(), p)) {
@@ -202,7 +203,8 @@ private:
                                                                     : nullptr;
         const CellID_Properties* played = PlayedCell(domain_, v, c);
         if (vob == nullptr || played == nullptr) {
-            WLOG(job_, "\t\tCell " + Dec(c) + " of VOB " + Dec(v) + " in " + PgcLink(entry_, place.Language, place.Pgc) +
+            WLOG(job_, "\t\tCell " + Dec(c) + " of VOB " + Dec(v) + " in " +
+                           PgcLink(entry_, place.Language, place.Pgc) +
                            " is not in the model's cell tables - linked to its own scene");
         }
         const bool dummy = (vob != nullptr && vob->Dummy != 0) || (played != nullptr && played->DummyCell != 0);
@@ -496,19 +498,6 @@ void GenerateDummyTitle(JobContext& job, MuxmanRun& run) {
             ForEachProgram(title, [](int) {}, program, [] {});
         }
     }
-}
-
-std::string GetAspect(const JobContext& job, int entry) {
-    if (!InRange(job.DiscModel.Count(), entry)) return "4:3";
-    const VTS_Properties& domain = job.DiscModel.Item(static_cast<std::size_t>(entry));
-    if (domain.Video.Count() == 0) return "4:3";
-    const Video_Properties& video = domain.Video.Item(1);
-    const bool letterbox = video.Display_LetterBoxed != 0;
-    const bool panScan = video.Display_Pan_Scan != 0;
-    if (letterbox && panScan) return "P/S and LB";
-    if (panScan) return "Only Panscan";
-    if (letterbox || video.Aspect_Ratio == "16 : 9") return "Only Letterbox";
-    return "4:3";
 }
 
 std::string GetSubAspect(std::string_view mode) {

@@ -57,10 +57,6 @@ void GenerateTitles(JobContext& job, MuxmanRun& run, int entry);
 // The dummy still segments of those titles, in the Content section.
 void GenerateDummyTitle(JobContext& job, MuxmanRun& run);
 
-// The display mode of a domain's segments from its first Video entry:
-// "P/S and LB", "Only Panscan", "Only Letterbox" or "4:3".
-std::string GetAspect(const JobContext& job, int entry);
-
 // A subpicture stream's display mode: "Normal" is "unspecified"; any other
 // mode stands as it is ("Wide", "Letter", "Pan", "Wide/Pan").
 std::string GetSubAspect(std::string_view mode);
