@@ -1,7 +1,6 @@
 // The Scenarist script files: see script_driver.h.
 #include "scenarist/script_driver.h"
 
-#include <cmath>
 #include <utility>
 
 #include "job/log_writers.h"
@@ -306,11 +305,6 @@ void GenerateObjectDefault(JobContext& job, ScenaristRun& run, ScriptFile& file)
 
 void GeneratePalette(JobContext& job, ScenaristRun&, ScriptFile& file) {
     WLOG(job, "Generating Palette");
-    static constexpr std::array<Rgb, 16> kDefaultPalette = {{
-        {0, 0, 255}, {255, 0, 0}, {0, 0, 0}, {255, 255, 255}, {0, 255, 0}, {255, 0, 255}, {255, 255, 0},
-        {0, 125, 125}, {125, 125, 125}, {225, 225, 225}, {125, 0, 0}, {0, 125, 0}, {0, 0, 125}, {222, 0, 255},
-        {222, 125, 0}, {125, 0, 125},
-    }};
     const auto colour = [&file](std::size_t index, int red, int green, int blue) {
         file.Open(2, "Color " + std::to_string(index) + "=RGB");
         file.Line(3, "Red", std::to_string(red));
@@ -322,45 +316,25 @@ void GeneratePalette(JobContext& job, ScenaristRun&, ScriptFile& file) {
     file.Open(0, "Object=List");
     file.Open(1, "Item=Color Palette");
     file.Line(2, "Name=DefaultPalette");
-    for (std::size_t c = 0; c < kDefaultPalette.size(); ++c) {
-        colour(c, kDefaultPalette[c][0], kDefaultPalette[c][1], kDefaultPalette[c][2]);
-    }
+    const auto& defaults = DefaultPaletteColours();
+    for (std::size_t c = 0; c < defaults.size(); ++c) colour(c, defaults[c][0], defaults[c][1], defaults[c][2]);
     file.Close(1);
     for (std::size_t p = 1; p <= job.PalettePool.Count(); ++p) {
         file.Open(1, "Item=Color Palette");
         file.Line(2, "Name", "Palette_" + std::to_string(p));
         const auto& palette = job.PalettePool.Item(p).Palette;
         for (std::size_t c = 1; c <= palette.Count(); ++c) {
-            const Palette_Properties& entry = palette.Item(c);
-            const double y = 1.164 * (entry.Y - 16);
-            const double cr = entry.Cr - 128;
-            const double cb = entry.Cb - 128;
-            // nearbyint in the default rounding mode rounds a half to even.
-            colour(c - 1, CheckMaxMin(std::nearbyint(y + 1.596 * cr)),
-                   CheckMaxMin(std::nearbyint(y - 0.813 * cr - 0.391 * cb)),
-                   CheckMaxMin(std::nearbyint(2.018 * cb + y)));
+            const Rgb rgb = PaletteColour(palette.Item(c));
+            colour(c - 1, rgb[0], rgb[1], rgb[2]);
         }
         file.Close(1);
     }
     file.Close(0);
 }
 
-std::int16_t CheckMaxMin(double value) {
-    if (value < 0) return 0;
-    if (value >= 255) return 255;
-    return static_cast<std::int16_t>(value);
-}
-
 int ContrastToPercent(const JobContext& job, int contrast, bool keep) {
     static constexpr std::array<int, 16> kPercent = {0, 7, 13, 20, 27, 33, 40, 47, 53, 60, 67, 73, 80, 87, 93, 100};
-    int value = contrast;
-    if (!keep) {
-        const int high = job.Settings.Count() > 0 ? job.Settings.Item(1).HighContrast : 0;
-        static constexpr std::array<double, 6> kScale = {1, 1.15, 1.25, 1.35, 1.5, 1.75};
-        if (high >= 1 && high <= 5) value = static_cast<int>(value * kScale[static_cast<std::size_t>(high)]);
-        if (high == 6) value = 15;
-        if (value > 15) value = 15;
-    }
+    int value = keep ? contrast : ScaleContrast(job, contrast);
     // A contrast is a nibble; anything else is taken at the nearer end.
     if (value < 0) value = 0;
     if (value > 15) value = 15;

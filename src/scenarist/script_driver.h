@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "authoring/picture_helpers.h"
 #include "authoring/script_file.h"
 #include "job/context.h"
 #include "scenarist/script_run.h"
@@ -32,17 +33,11 @@ void GenerateProjectInfo(JobContext& job, ScenaristRun& run, ScriptFile& file);
 void GenerateObjectDefault(JobContext& job, ScenaristRun& run, ScriptFile& file);
 void GeneratePalette(JobContext& job, ScenaristRun& run, ScriptFile& file);
 
-// A colour value limited to 0 to 255, cut to an integer.
-std::int16_t CheckMaxMin(double value);
-
 // A contrast (0 to 15) as a percent number, first scaled by HighContrast
 // unless `keep`. The caller's value is left as it was.
 int ContrastToPercent(const JobContext& job, int contrast, bool keep);
 
 // --- Blocks the data and track objects share ---------------------------
-
-// Red, green, blue.
-using Rgb = std::array<int, 3>;
 
 // A subpicture conversion rule: the announcing line at `depth`, then the
 // blocks "Color 4(Bg)", "Color 3(P)", "Color 2(E1)", "Color 1(E2)", each

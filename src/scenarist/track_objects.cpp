@@ -2,7 +2,6 @@
 #include "scenarist/track_objects.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -725,12 +724,6 @@ void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile
     file.Line(7, "Forced Selected Button #=Nonexistent");
     file.Line(7, "Forced Activated Button #=Nonexistent");
     file.Close(6);
-}
-
-int ConvertButtonY(const JobContext& job, int y) {
-    if (job.Timing.Conversion != 1) return y;
-    const bool palSource = job.Timing.FramesPerSecond == 25;
-    return static_cast<int>(std::nearbyint(palSource ? y / 1.2 : y * 1.2));
 }
 
 }  // namespace kestrova

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "authoring/picture_helpers.h"
 #include "authoring/script_file.h"
 #include "job/context.h"
 #include "scenarist/script_run.h"
@@ -23,9 +24,5 @@ void GenerateSceneExtra(ScriptFile& file);
 // contrast 0 %. Writes nothing for a bitmap without a start time.
 void GenerateDummyHighLight(JobContext& job, const ScenaristRun& run, ScriptFile& file, const std::string& vobType,
                             const BMP_Properties& bitmap, const std::string& buttonName);
-
-// A button's Y on the authored picture: scaled by 1.2 when the job
-// converts between PAL and NTSC.
-int ConvertButtonY(const JobContext& job, int y);
 
 }  // namespace kestrova
