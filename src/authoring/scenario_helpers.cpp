@@ -11,11 +11,20 @@
 
 namespace kestrova {
 
-namespace {
-
 std::string Dec(std::int64_t value) { return std::to_string(value); }
 
 bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
+
+const CellID_Properties* FindPlayedCell(const VTS_Properties& domain, std::int64_t vob, std::int64_t cell) {
+    if (domain.Video.Count() == 0) return nullptr;
+    const auto& vobs = domain.Video.Item(1).VobId;
+    if (!InRange(vobs.Count(), vob)) return nullptr;
+    const auto& cells = vobs.Item(static_cast<std::size_t>(vob)).CellId;
+    if (!InRange(cells.Count(), cell)) return nullptr;
+    return &cells.Item(static_cast<std::size_t>(cell));
+}
+
+namespace {
 
 // The piece at a 0-based position of a text split at a separator; the
 // empty text past the last piece.

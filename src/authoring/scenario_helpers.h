@@ -13,6 +13,16 @@
 
 namespace kestrova {
 
+// --- Walking the model ----------------------------------------------------
+
+// A number as decimal text.
+std::string Dec(std::int64_t value);
+// Whether a 1-based index lies within a list of `count` entries.
+bool InRange(std::size_t count, std::int64_t index);
+// The cell as played (DummyCell, CellPause, ...), under the domain's first
+// video entry; null where the model has no such record.
+const CellID_Properties* FindPlayedCell(const VTS_Properties& domain, std::int64_t vob, std::int64_t cell);
+
 // --- Names ---------------------------------------------------------------
 
 // The language text of a unit: its folder code, or "en" when it has none.

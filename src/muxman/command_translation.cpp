@@ -21,8 +21,6 @@ namespace {
 
 constexpr std::string_view kTopLink = "LinkTopC, button=1";
 
-bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
-
 bool Contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
 
 bool RemoveLinkSet(const JobContext& job) { return job.Settings.Count() > 0 && job.Settings.Item(1).RemoveLink == 1; }

@@ -26,10 +26,6 @@ namespace kestrova {
 
 namespace {
 
-std::string Dec(std::int64_t value) { return std::to_string(value); }
-
-bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
-
 void Open(MuxmanRun& run, int depth, std::string_view statement) {
     WSF(run, depth, statement);
     WSF(run, depth, "{");
@@ -61,15 +57,6 @@ std::int32_t FramesAt(const JobContext& job, std::string_view time, int rate) {
     } catch (const Error&) {
         return 0;
     }
-}
-
-const CellID_Properties* PlayedCellOf(const VTS_Properties& domain, int vob, int cell) {
-    if (domain.Video.Count() == 0) return nullptr;
-    const auto& vobs = domain.Video.Item(1).VobId;
-    if (!InRange(vobs.Count(), vob)) return nullptr;
-    const auto& cells = vobs.Item(static_cast<std::size_t>(vob)).CellId;
-    if (!InRange(cells.Count(), cell)) return nullptr;
-    return &cells.Item(static_cast<std::size_t>(cell));
 }
 
 std::string DummyMenuSegment(int entry) {
@@ -209,7 +196,7 @@ private:
                            ", which the VOB lacks - passed over");
             return false;
         }
-        const CellID_Properties* played = PlayedCellOf(domain_, v_, c);
+        const CellID_Properties* played = FindPlayedCell(domain_, v_, c);
         if (played != nullptr && played->DummyCell != 0) return false;
         return vob_.CELL_ID.Item(static_cast<std::size_t>(c)).Cell_Sub_Present != 0;
     }

@@ -4,13 +4,12 @@
 #include <algorithm>
 
 #include "assets/asset_names.h"
+#include "authoring/scenario_helpers.h"
 #include "platform/text.h"
 
 namespace kestrova {
 
 namespace {
-
-std::string Dec(std::int64_t value) { return std::to_string(value); }
 
 // Without parenthesised parts, and only the part in front of a ";" or ",":
 // "(Afan)Oromo" is "Oromo", "Bengali;Bangla" is "Bengali".

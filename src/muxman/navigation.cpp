@@ -18,23 +18,10 @@ namespace kestrova {
 
 namespace {
 
-std::string Dec(std::int64_t value) { return std::to_string(value); }
-
-bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
-
 // The VMG's first PGC answers to the title menu's name; any other to its
 // domain, language and number.
 std::string PgcLink(int entry, const std::string& language, std::int64_t pgc) {
     return MuxmanPgcName(entry, language, static_cast<int>(pgc));
-}
-
-const CellID_Properties* PlayedCell(const VTS_Properties& domain, int vob, int cell) {
-    if (domain.Video.Count() == 0) return nullptr;
-    const auto& vobs = domain.Video.Item(1).VobId;
-    if (!InRange(vobs.Count(), vob)) return nullptr;
-    const auto& cells = vobs.Item(static_cast<std::size_t>(vob)).CellId;
-    if (!InRange(cells.Count(), cell)) return nullptr;
-    return &cells.Item(static_cast<std::size_t>(cell));
 }
 
 bool HoldsVob(const PGC_Number_Properties& pgc, int vob) {
@@ -201,7 +188,7 @@ private:
 
         VOB_ID_Properties* vob = InRange(domain_.Vob_Id.Count(), v) ? &domain_.Vob_Id.Item(static_cast<std::size_t>(v))
                                                                     : nullptr;
-        const CellID_Properties* played = PlayedCell(domain_, v, c);
+        const CellID_Properties* played = FindPlayedCell(domain_, v, c);
         if (vob == nullptr || played == nullptr) {
             WLOG(job_, "\t\tCell " + Dec(c) + " of VOB " + Dec(v) + " in " +
                            PgcLink(entry_, place.Language, place.Pgc) +

@@ -27,17 +27,6 @@ const Video_Properties& FirstVideo(JobContext& job, const VTS_Properties& domain
     return kNone;
 }
 
-// The cell as played (DummyCell, CellPause) under the first Video entry, or
-// nothing where the model has no such record.
-const CellID_Properties* PlayedCell(const VTS_Properties& domain, std::size_t vob, std::size_t cell) {
-    if (domain.Video.Count() == 0) return nullptr;
-    const auto& vobs = domain.Video.Item(1).VobId;
-    if (vob < 1 || vob > vobs.Count()) return nullptr;
-    const auto& cells = vobs.Item(vob).CellId;
-    if (cell < 1 || cell > cells.Count()) return nullptr;
-    return &cells.Item(cell);
-}
-
 // "VID_001", "VTS_2_001_003": the name of a video asset (cell 0: the whole VOB).
 std::string VideoName(std::size_t entry, std::size_t vob, std::size_t cell) {
     std::string name = DomainPrefix(static_cast<int>(entry)) + CreateVOBName(static_cast<int>(vob));
@@ -451,7 +440,7 @@ void GenerateSubData(JobContext& job, ScenaristRun& run, ScriptFile& file) {
             LogVob(job, i, v);
             for (const SUB_STREAM_Properties& stream : vob.SUB_STREAM) {
                 for (std::size_t c = 1; c <= stream.CELL_DETAILS.Count(); ++c) {
-                    const CellID_Properties* played = PlayedCell(domain, v, c);
+                    const CellID_Properties* played = FindPlayedCell(domain, v, c);
                     if (played == nullptr) {
                         WLOG(job, "\tVTS=" + std::to_string(i) + ", Vob=" + std::to_string(v) + ", cell " +
                                       std::to_string(c) + " is not under the first Video entry");

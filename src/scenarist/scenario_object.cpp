@@ -14,10 +14,6 @@ namespace kestrova {
 
 namespace {
 
-std::string Dec(std::int64_t value) { return std::to_string(value); }
-
-bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
-
 // The three command lists of a PGC: the word of their log lines and the
 // part of their items' names.
 struct CommandKind {
@@ -309,7 +305,7 @@ private:
 
         const VOB_ID_Properties* vob = nullptr;
         if (InRange(domain.Vob_Id.Count(), v)) vob = &domain.Vob_Id.Item(static_cast<std::size_t>(v));
-        const CellID_Properties* played = PlayedCell(domain, v, c);
+        const CellID_Properties* played = FindPlayedCell(domain, v, c);
         if (vob == nullptr || played == nullptr) {
             WLOG(job_, "\t\tCell " + Dec(c) + " of VOB " + Dec(v) + " in " + PgcName(entry, place.Language, place.Pgc) +
                            " is not in the model's cell tables - written as a cell of its own");
@@ -357,17 +353,6 @@ private:
             WLOG(job_, "cell command error");
         }
         file_.Close(depth);
-    }
-
-    // The cell as played, under the domain's first video entry; null when
-    // the tables lack it.
-    static const CellID_Properties* PlayedCell(const VTS_Properties& domain, int v, int c) {
-        if (domain.Video.Count() == 0) return nullptr;
-        const auto& vobs = domain.Video.Item(1).VobId;
-        if (!InRange(vobs.Count(), v)) return nullptr;
-        const auto& cells = vobs.Item(static_cast<std::size_t>(v)).CellId;
-        if (!InRange(cells.Count(), c)) return nullptr;
-        return &cells.Item(static_cast<std::size_t>(c));
     }
 
     // A menu per highlight of each bitmap the cell shows, with the buttons'
@@ -459,7 +444,7 @@ private:
                 }
                 for (std::size_t c = 1; c <= vob.CELL_ID.Count(); ++c) {
                     const auto cellNumber = static_cast<int>(c);
-                    const CellID_Properties* played = PlayedCell(domain, vobNumber, cellNumber);
+                    const CellID_Properties* played = FindPlayedCell(domain, vobNumber, cellNumber);
                     if (played != nullptr && played->DummyCell != 0) continue;
                     file_.Line(base + 3, "Item",
                                prefix + CreateVOBName(vobNumber) + "_" + CreateCellName(cellNumber) + "_t");

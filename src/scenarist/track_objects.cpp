@@ -15,25 +15,10 @@ namespace kestrova {
 
 namespace {
 
-std::string Dec(std::int64_t value) { return std::to_string(value); }
-
-bool InRange(std::size_t count, std::int64_t index) { return index >= 1 && static_cast<std::size_t>(index) <= count; }
-
 std::string DropLine(bool drop) { return drop ? "Drop Type=Drop frame" : "Drop Type=Non-drop frame"; }
 
-// The cell as played, under the domain's first video entry; null where the
-// model has no such record.
-const CellID_Properties* PlayedCell(const VTS_Properties& domain, int vob, int cell) {
-    if (domain.Video.Count() == 0) return nullptr;
-    const auto& vobs = domain.Video.Item(1).VobId;
-    if (!InRange(vobs.Count(), vob)) return nullptr;
-    const auto& cells = vobs.Item(static_cast<std::size_t>(vob)).CellId;
-    if (!InRange(cells.Count(), cell)) return nullptr;
-    return &cells.Item(static_cast<std::size_t>(cell));
-}
-
 bool IsDummyCell(const VTS_Properties& domain, int vob, int cell) {
-    const CellID_Properties* played = PlayedCell(domain, vob, cell);
+    const CellID_Properties* played = FindPlayedCell(domain, vob, cell);
     return played != nullptr && played->DummyCell != 0;
 }
 
