@@ -172,7 +172,7 @@ private:
                 log_.Add(FormatMuxMessage(model, message.Level, message.Place, message.Text));
             }
             log_.Add("Authored the segment " + result.Segment + (result.VideoManager ? " of the VMG" : " of a title set") +
-                     " into " + destination + ": VTS_01_1.VOB, one VOB id, " + std::to_string(result.Cells) + " cells");
+                     " into " + destination + ": VTS_01_1.VOB, one VOB id, " + std::to_string(result.Cells) + (result.Cells == 1 ? " cell" : " cells"));
             return kAuthored;
         } catch (const MuxError& fault) {
             log_.Add(FormatMuxMessage(model, Severity::Error, fault.Place, fault.what()));
