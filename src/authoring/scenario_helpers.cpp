@@ -24,6 +24,16 @@ const CellID_Properties* FindPlayedCell(const VTS_Properties& domain, std::int64
     return &cells.Item(static_cast<std::size_t>(cell));
 }
 
+std::size_t TakeCellUse(PGC_Number_Properties& pgc) {
+    for (std::size_t k = 1; k < pgc.Read.size(); ++k) {
+        if (pgc.Read[k] == 0) {
+            pgc.Read[k] = -1;
+            return k;
+        }
+    }
+    return 0;
+}
+
 namespace {
 
 // The piece at a 0-based position of a text split at a separator; the

@@ -23,6 +23,11 @@ bool InRange(std::size_t count, std::int64_t index);
 // video entry; null where the model has no such record.
 const CellID_Properties* FindPlayedCell(const VTS_Properties& domain, std::int64_t vob, std::int64_t cell);
 
+// The next use of a cell by a PGC, in play order: the index of the first
+// unread element of its NewCellPause/NewCellCommand, marked read in Read;
+// 0 when every element has been read.
+std::size_t TakeCellUse(PGC_Number_Properties& pgc);
+
 // --- Names ---------------------------------------------------------------
 
 // The language text of a unit: its folder code, or "en" when it has none.

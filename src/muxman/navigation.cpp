@@ -202,14 +202,7 @@ private:
         if (!dummy && vob != nullptr) Menus(*vob, place, c);
 
         // Uses of one cell in one PGC take their own values in play order.
-        std::size_t use = 0;
-        for (std::size_t k = 1; k < pgc.Read.size(); ++k) {
-            if (pgc.Read[k] == 0) {
-                pgc.Read[k] = -1;
-                use = k;
-                break;
-            }
-        }
+        const std::size_t use = TakeCellUse(pgc);
         std::int16_t pause = 0;
         std::int16_t command = 0;
         if (use >= 1 && use < pgc.NewCellPause.size() && use < pgc.NewCellCommand.size()) {

@@ -327,14 +327,8 @@ private:
         file_.Line(fields, "Cell Type=Not specified");
 
         // Uses of one cell in one PGC take their own values in play order.
-        std::size_t use = 1;
-        for (std::size_t k = 1; k < pgc.Read.size(); ++k) {
-            if (pgc.Read[k] == 0) {
-                pgc.Read[k] = -1;
-                use = k;
-                break;
-            }
-        }
+        std::size_t use = TakeCellUse(pgc);
+        if (use == 0) use = 1;
         std::int16_t pause = 0;
         std::int16_t command = 0;
         if (use < pgc.NewCellPause.size() && use < pgc.NewCellCommand.size()) {
