@@ -1,11 +1,17 @@
 // The summary at the end of a run: see run_summary.h.
 #include "pipeline/run_summary.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "job/log_writers.h"
 #include "platform/error.h"
+#include "platform/process.h"
+#include "platform/text.h"
 
 namespace kestrova {
 
@@ -71,6 +77,51 @@ std::vector<std::string> ResultLines(const JobContext& job) {
     return lines;
 }
 
+std::string Seconds(std::uint64_t ms) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f s", static_cast<double>(ms) / 1000.0);
+    return text;
+}
+
+// The outside programs' share of the run: each program's runs with their
+// summed wall and processor time (processor time counts what the program
+// itself started), the busiest first. Batch files are left out: the
+// programs they ran are counted by their own lines.
+std::vector<std::string> ToolTimeLines(const JobContext& job) {
+    struct Sum {
+        std::string Name;
+        int Runs = 0;
+        std::uint64_t WallMs = 0;
+        std::uint64_t CpuMs = 0;
+    };
+    std::map<std::string, Sum> byProgram;
+    Sum all;
+    for (const auto& record : job.Runner.History()) {
+        if (record.Kind == platform::LaunchKind::Batch) continue;
+        std::string name = record.Program;
+        if (const auto cut = name.find_last_of("\\/"); cut != std::string::npos) name.erase(0, cut + 1);
+        Sum& sum = byProgram[platform::ToUpperAscii(name)];
+        if (sum.Name.empty()) sum.Name = name;
+        for (Sum* s : {&sum, &all}) {
+            ++s->Runs;
+            s->WallMs += record.WallMs;
+            s->CpuMs += record.CpuMs;
+        }
+    }
+    if (all.Runs == 0) return {};
+    std::vector<Sum> sums;
+    for (const auto& [key, sum] : byProgram) sums.push_back(sum);
+    std::stable_sort(sums.begin(), sums.end(), [](const Sum& a, const Sum& b) { return a.WallMs > b.WallMs; });
+    std::vector<std::string> lines;
+    const auto line = [](const Sum& sum) {
+        return std::to_string(sum.Runs) + (sum.Runs == 1 ? " run, " : " runs, ") + Seconds(sum.WallMs) +
+               " (processor " + Seconds(sum.CpuMs) + ")";
+    };
+    lines.push_back("Outside programs: " + line(all));
+    for (const auto& sum : sums) lines.push_back("  " + sum.Name + ": " + line(sum));
+    return lines;
+}
+
 }  // namespace
 
 void WriteRunSummary(JobContext& job) {
@@ -81,6 +132,7 @@ void WriteRunSummary(JobContext& job) {
         lines.push_back(std::string(StageName(stage)) + ": " + OutcomeText(job.Stages, stage));
     }
     lines.push_back(EndingText(job));
+    for (const auto& line : ToolTimeLines(job)) lines.push_back(line);
     for (const auto& line : ResultLines(job)) lines.push_back(line);
 
     WLF(job, "Run summary");

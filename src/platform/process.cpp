@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -163,8 +164,13 @@ ChildProcess::~ChildProcess() {
     if (output_ >= 0) ::close(output_);
 }
 
-void ChildProcess::Reap(int status) {
+void ChildProcess::Reap(int status, const struct rusage& usage) {
     ended_ = true;
+    // The child's own time and that of every descendant it waited for.
+    const auto millis = [](const timeval& t) {
+        return static_cast<std::uint64_t>(t.tv_sec) * 1000u + static_cast<std::uint64_t>(t.tv_usec) / 1000u;
+    };
+    cpuMs_ = millis(usage.ru_utime) + millis(usage.ru_stime);
     if (WIFEXITED(status)) {
         exitCode_ = WEXITSTATUS(status);
     } else if (WIFSIGNALED(status)) {
@@ -175,9 +181,10 @@ void ChildProcess::Reap(int status) {
 bool ChildProcess::Ended() {
     if (ended_) return true;
     int status = 0;
-    const pid_t result = ::waitpid(pid_, &status, WNOHANG);
+    struct rusage usage{};
+    const pid_t result = ::wait4(pid_, &status, WNOHANG, &usage);
     if (result == pid_) {
-        Reap(status);
+        Reap(status, usage);
     } else if (result == -1 && errno == ECHILD) {
         ended_ = true;  // reaped elsewhere; its status is lost
     }
@@ -207,8 +214,9 @@ void ChildProcess::Terminate(int graceMs) {
     }
     if (!ended_) {
         int status = 0;
-        if (::waitpid(pid_, &status, 0) == pid_) {
-            Reap(status);
+        struct rusage usage{};
+        if (::wait4(pid_, &status, 0, &usage) == pid_) {
+            Reap(status, usage);
         } else {
             ended_ = true;
         }
@@ -297,6 +305,7 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
     const LaunchPlan plan = launcher_.Plan(commandLine);
 
     LaunchRecord record{commandLine, windowStyle, plan.Kind, -1, false};
+    record.Program = plan.Program;
     if (plan.Kind == LaunchKind::Batch) {
         if (!batchRunner_) {
             throw Error("Cannot run the batch file \"" + plan.Program + "\": no batch interpreter is set up");
@@ -306,6 +315,7 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
         return;
     }
 
+    const Ticks started = clock_();
     const auto child = ChildProcess::Spawn(plan, static_cast<bool>(childOutput_));
     {
         RunningEntry entry(running_, child.get());
@@ -315,6 +325,8 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
     }
     record.ExitCode = child->ExitCode();
     record.Stopped = child->Terminated();
+    record.WallMs = TicksElapsed(started, clock_());
+    record.CpuMs = child->CpuMs();
     history_.push_back(record);
 }
 

@@ -20,6 +20,8 @@
 #include <string>
 #include <vector>
 
+struct rusage;
+
 #include "platform/launcher.h"
 #include "platform/ticks.h"
 
@@ -56,6 +58,9 @@ public:
     bool Ended();
     // The exit status, or 128 + the signal that ended it; -1 while running.
     int ExitCode() const { return exitCode_; }
+    // Processor time (user and system) of the child and of the descendants
+    // it waited for, in ms; 0 until it has been reaped.
+    std::uint64_t CpuMs() const { return cpuMs_; }
     // True when Terminate ended it.
     bool Terminated() const { return terminated_; }
 
@@ -78,12 +83,13 @@ public:
 
 private:
     ChildProcess() = default;
-    void Reap(int status);
+    void Reap(int status, const struct rusage& usage);
 
     int pid_ = -1;
     int pidfd_ = -1;
     int output_ = -1;
     int exitCode_ = -1;
+    std::uint64_t cpuMs_ = 0;
     bool ended_ = false;
     bool terminated_ = false;
     bool ownsGroup_ = true;
@@ -111,6 +117,12 @@ public:
         LaunchKind Kind = LaunchKind::Host;
         int ExitCode = -1;       // for logs and tests only; no decision uses it
         bool Stopped = false;    // ended by Stop, RequestStop or CloseWindow
+        // From the start to the reaped end, by the runner's clock; and the
+        // child's processor time with its waited-for descendants. Both 0
+        // for a batch file, whose own lines are recorded apart.
+        std::uint32_t WallMs = 0;
+        std::uint64_t CpuMs = 0;
+        std::string Program;     // the program token as written
     };
 
     explicit ProcessRunner(const Launcher& launcher) : launcher_(launcher) {}

@@ -91,6 +91,10 @@ check_run() {  # name, exit status, console output, output folder
       "Demultiplexed assets: $out/D_VTS_01_0" "Output VIDEO_TS: $out/VIDEO_TS (empty)"; do
     grep -qF "      $line" "$console" || fail "$name: the summary lacks \"$line\""
   done
+  # The outside programs' time, the encoder's among them.
+  grep -qE '^.{8}      Outside programs: [0-9]+ runs, [0-9.]+ s \(processor [0-9.]+ s\)$' "$console" &&
+    grep -qE '^.{8}        cctspt\.exe: [0-9]+ runs?, ' "$console" ||
+    fail "$name: the summary lacks the outside programs' time"
 }
 
 # 1. Tokens, as another program starts the job, into a folder whose name

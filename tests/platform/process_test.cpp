@@ -68,6 +68,8 @@ TEST(ProcessRunner, ThePumpIsServedAboutEvery100MsWhileWaiting) {
     const long total = MsSince(start);
     EXPECT_TRUE(f.temp.Exists("slept.txt"));
     EXPECT_GE(total, 450);
+    EXPECT_GE(f.runner.History().back().WallMs, 450u);
+    EXPECT_LE(f.runner.History().back().WallMs, static_cast<std::uint32_t>(total));
     ASSERT_GE(pumpTimes.size(), 4u);
     EXPECT_LE(pumpTimes.size(), static_cast<std::size_t>(total / 90 + 1));
     EXPECT_LT(pumpTimes[0], 50) << "served at the first pass";
@@ -83,6 +85,16 @@ TEST(ProcessRunner, ThePumpIsServedAboutEvery100MsWhileWaiting) {
     EXPECT_LE(pumpTimes.size(), 3u);
     EXPECT_EQ(f.runner.MsgWaitObj(0), ProcessRunner::kWaitTimeout);
     EXPECT_THROW(f.runner.MsgWaitObj(-1), Error);
+}
+
+TEST(ProcessRunner, AChildsProcessorTimeCountsWhatItWaitedFor) {
+    RunnerFixture f;
+    // A shell that waits for a busy shell of its own.
+    f.launcher.AddOverride("busy.exe", {{"/bin/sh", "-c", "sh -c 'i=0; while [ $i -lt 300000 ]; do i=$((i+1)); done'"}, ""});
+    f.runner.ShellAndWait("busy.exe", 0);
+    const auto& record = f.runner.History().back();
+    EXPECT_GE(record.CpuMs, 30u);
+    EXPECT_LE(record.CpuMs, record.WallMs + 20u);
 }
 
 TEST(ProcessRunner, AStopFromThePumpEndsTheChildAndItsWholeGroup) {
