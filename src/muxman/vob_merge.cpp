@@ -10,10 +10,4 @@ void NewUpdateVOBs(JobContext& job, MuxmanRun& run) {
     run.MuxmanFailed = true;
 }
 
-bool CorrectMuxmanIfo(JobContext& job, int, const std::vector<std::int32_t>&,
-                      const std::vector<std::array<std::int32_t, 6>>&) {
-    NotYetAvailable(job, "CorrectMuxmanIfo");
-    return true;
-}
-
 }  // namespace kestrova
