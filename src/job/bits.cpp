@@ -200,4 +200,52 @@ ByteField ByteHandle(const ByteSource& source, std::int64_t start, std::int64_t 
     return field;
 }
 
+namespace {
+
+// The `count` bytes from `offset` of a buffer being patched, checked as
+// every read is.
+std::span<std::uint8_t> WritableBytes(std::span<std::uint8_t> buffer, const std::string& fileName,
+                                      std::int64_t offset, std::int64_t count) {
+    const auto size = static_cast<std::int64_t>(buffer.size());
+    if (offset < 0 || offset > size || count > size - offset) {
+        throw Error("Cannot write " + std::to_string(count) + " bytes at offset " + std::to_string(offset) + " of " +
+                    fileName + ": it holds " + std::to_string(size) + " bytes.");
+    }
+    return buffer.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
+}
+
+void WriteHexDigits(std::span<std::uint8_t> target, std::string_view digits) {
+    for (std::size_t i = 0; i < target.size(); ++i) {
+        const int high = platform::HexDigitValue(digits[2 * i]);
+        const int low = platform::HexDigitValue(digits[2 * i + 1]);
+        target[i] = static_cast<std::uint8_t>(high * 16 + low);
+    }
+}
+
+}  // namespace
+
+std::string GetLBA(std::int64_t value) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    const auto bits = static_cast<std::uint32_t>(value);
+    std::string text(8, '0');
+    for (int i = 0; i < 8; ++i) text[static_cast<std::size_t>(7 - i)] = kDigits[(bits >> (4 * i)) & 0xF];
+    return text;
+}
+
+void WRITEDATA(std::span<std::uint8_t> buffer, const std::string& fileName, std::int64_t value, std::int64_t offset) {
+    WriteHexDigits(WritableBytes(buffer, fileName, offset, 4), GetLBA(value));
+}
+
+void WRITEDATAEIGHT(std::span<std::uint8_t> buffer, const std::string& fileName, std::string_view text,
+                    std::int64_t offset) {
+    const bool hex = text.size() == 16 && std::all_of(text.begin(), text.end(), [](char digit) {
+        return platform::HexDigitValue(digit) >= 0;
+    });
+    if (!hex) {
+        throw Error("The command \"" + std::string(text) + "\" for offset " + std::to_string(offset) + " of " +
+                    fileName + " is not sixteen hexadecimal digits.");
+    }
+    WriteHexDigits(WritableBytes(buffer, fileName, offset, 8), text);
+}
+
 }  // namespace kestrova

@@ -84,4 +84,21 @@ std::vector<std::uint8_t> ByteHandleBytes(const ByteSource& source, std::int64_t
 // number. Throws Error for another mode.
 ByteField ByteHandle(const ByteSource& source, std::int64_t start, std::int64_t count, std::string_view mode);
 
+// The write side of ByteHandle, for the patchers. A sector number or
+// other 32-bit value as eight upper-case hexadecimal digits, zeros first
+// (a negative value as its 32 bits).
+std::string GetLBA(std::int64_t value);
+
+// Writes the value big-endian in the four bytes at offset (through GetLBA's
+// digits). Throws Error naming the buffer's file and the offset when the
+// four bytes do not lie inside it.
+void WRITEDATA(std::span<std::uint8_t> buffer, const std::string& fileName, std::int64_t value,
+               std::int64_t offset);
+
+// Writes sixteen hexadecimal digits (a button command) as the eight bytes
+// at offset. Throws Error for other text, or, naming the file and the
+// offset, when the bytes do not lie inside the buffer.
+void WRITEDATAEIGHT(std::span<std::uint8_t> buffer, const std::string& fileName, std::string_view text,
+                    std::int64_t offset);
+
 }  // namespace kestrova

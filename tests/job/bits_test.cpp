@@ -103,5 +103,22 @@ TEST_F(ByteHandleTest, ReadsOutsideTheFileNameFileOffsetAndLength) {
     EXPECT_NE(ErrorText([this] { ByteHandleD(source_, 0, 5); }).find("at most 4"), std::string::npos);
 }
 
+TEST(Bits, WritesGoBigEndianAndStayInsideTheBuffer) {
+    std::vector<std::uint8_t> pack(12, 0xEE);
+    EXPECT_EQ(GetLBA(300), "0000012C");
+    EXPECT_EQ(GetLBA(-1), "FFFFFFFF");
+    WRITEDATA(pack, "VTS_01_1.VOB", 0x0001C0FF, 1);
+    WRITEDATAEIGHT(pack, "VTS_01_1.VOB", "a100000000000001", 4);
+    EXPECT_EQ(pack, (std::vector<std::uint8_t>{0xEE, 0x00, 0x01, 0xC0, 0xA1, 0, 0, 0, 0, 0, 0, 0x01}));
+    const std::string past = ErrorText([&] { WRITEDATA(pack, "VTS_01_1.VOB", 1, 9); });
+    for (const char* part : {"VTS_01_1.VOB", "offset 9", "holds 12 bytes"}) {
+        EXPECT_NE(past.find(part), std::string::npos) << past;
+    }
+    EXPECT_NE(ErrorText([&] { WRITEDATA(pack, "F", 1, -1); }), "");
+    EXPECT_NE(ErrorText([&] { WRITEDATAEIGHT(pack, "F", "A1000000000000", 0); }).find("sixteen"), std::string::npos);
+    EXPECT_NE(ErrorText([&] { WRITEDATAEIGHT(pack, "F", "A10000000000000G", 0); }), "");
+    EXPECT_EQ(pack[0], 0xEE) << "a refused write leaves the buffer as it was";
+}
+
 }  // namespace
 }  // namespace kestrova
