@@ -139,16 +139,10 @@ SstList ReadSst(const std::string& text, int frameBase) {
     return list;
 }
 
-// Width and height of a BMP file's info header.
-std::pair<std::int32_t, std::int32_t> BmpSize(const std::string& bytes) {
-    const auto field = [&bytes](std::size_t at) {
-        std::int32_t value = 0;
-        for (int i = 3; i >= 0; --i) {
-            value = (value << 8) | static_cast<std::uint8_t>(bytes.at(at + static_cast<std::size_t>(i)));
-        }
-        return value;
-    };
-    return {field(18), field(22)};
+// Width and height of a BMP file.
+std::pair<std::int32_t, std::uint32_t> BmpSize(const std::string& bytes) {
+    const standin::IndexedBmpFile bmp = standin::ReadIndexedBmp(bytes, "bitmap");
+    return {bmp.Width, bmp.Height};
 }
 
 // ffprobe's packets of the idx: per stream, each packet's time and size.
@@ -227,7 +221,7 @@ TEST(SubpictureStandIns, FixtureMenusAreRippedAndConvertedSpuForSpu) {
                                         entries[k].CellId + ".bmp");
             EXPECT_TRUE(event.Highlight && event.End == -1) << event.Bitmap;
             EXPECT_NEAR(event.Start, entries[k].Seconds * (menu.Ntsc ? 30000.0 / 1001 : 25.0), 1) << event.Bitmap;
-            EXPECT_EQ(BmpSize(f.Text(event.Bitmap)), std::make_pair(720, menu.Ntsc ? 480 : 576)) << event.Bitmap;
+            EXPECT_EQ(BmpSize(f.Text(event.Bitmap)), std::make_pair(720, menu.Ntsc ? 480u : 576u)) << event.Bitmap;
         }
     }
 }
@@ -284,25 +278,20 @@ TEST(SubpictureStandIns, SpumuxStreamsRoundTripThroughTheListAndABrokenSpuIsName
             const ListedEvent& event = list.Events[k];
             EXPECT_NEAR(event.Start - list.Events[0].Start, (times[k].first - times[0].first) * 25, 1) << event.Bitmap;
             EXPECT_NEAR(event.End - event.Start, (times[k].second - times[k].first) * 25, 1) << event.Bitmap;
-            EXPECT_EQ(BmpSize(f.Text(event.Bitmap)), std::make_pair(720, 576)) << event.Bitmap;
+            EXPECT_EQ(BmpSize(f.Text(event.Bitmap)), std::make_pair(720, 576u)) << event.Bitmap;
         }
     }
     EXPECT_EQ(f.childOutput.find("vsconv"), std::string::npos) << f.childOutput;
 
     // The second SPU of 0x21 gets a first display control sequence inside its header.
-    const auto entries = ReadIdx(f.Text("PGC_1.idx"));
     std::string sub = f.Text("PGC_1.sub");
-    const std::size_t pack = entries.at(1).at(1).FilePos;
-    const auto at = sub.begin() + static_cast<std::ptrdiff_t>(pack);
-    test::MemoryReader reader(test::Bytes(at, at + kPackSize), "pack");
-    ProgramStreamReader packs(reader);
-    const Pack* read = packs.Next();
-    ASSERT_NE(read, nullptr);
-    std::size_t spu = 0;
-    for (const PesPacket& packet : read->Packets) {
-        if (packet.Stream == 0x21) spu = pack + static_cast<std::size_t>(packet.Payload.data() - read->Bytes.data());
-    }
-    ASSERT_NE(spu, 0u);
+    std::vector<std::size_t> offsets;
+    test::MemoryReader reader(test::Bytes(sub.begin(), sub.end()), "PGC_1.sub");
+    ReadVobSubpictures(reader, [&offsets](const SubpictureUnit& unit) {
+        if (unit.Stream == 0x21) offsets.push_back(unit.FileOffset);
+    });
+    ASSERT_GE(offsets.size(), 2u);
+    const std::size_t spu = offsets[1];
     sub[spu + 2] = 0, sub[spu + 3] = 1;
     f.files.WriteText(f.Path("PGC_1.sub"), sub);
     f.childOutput.clear();
@@ -313,7 +302,7 @@ TEST(SubpictureStandIns, SpumuxStreamsRoundTripThroughTheListAndABrokenSpuIsName
                                  ", subpicture stream 0x21"),
               std::string::npos)
         << f.childOutput;
-    EXPECT_EQ(ReadSst(f.Text("BROKEN.sst"), 25).Events.size(), entries.at(1).size() - 1);
+    EXPECT_EQ(ReadSst(f.Text("BROKEN.sst"), 25).Events.size(), offsets.size() - 1);
 }
 
 // An IFO cut short, one whose PGC offset points far outside it, and a list
