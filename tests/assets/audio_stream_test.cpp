@@ -45,7 +45,6 @@ public:
         return Make(name, "-f lavfi -i sine=frequency=440:sample_rate=" + std::to_string(rate) + ":duration=1 " +
                               options);
     }
-    std::string Ac3Surround() { return Tone("surround.ac3", 48000, "-ac 6 -c:a ac3 -b:a 448k"); }
     // At 44.1 kHz the frames of one rate differ by a word.
     std::string Ac3Stereo44() { return Tone("stereo44.ac3", 44100, "-ac 2 -c:a ac3 -b:a 192k"); }
     std::string Mp2() { return Tone("stereo.mp2", 48000, "-ac 2 -c:a mp2 -b:a 224k"); }
@@ -135,16 +134,10 @@ TEST(AudioStream, FilesReadAsFfprobeReadsThem) {
     KESTROVA_REQUIRE_FFMPEG();
     AudioFiles& files = AudioFiles::Get();
 
-    const AudioStream surround = ScanAudioFile(files.Ac3Surround());
-    ExpectAsProbed(surround, Probe(files.Ac3Surround()));
-    EXPECT_EQ(surround.Format, AudioFormat::Ac3);
-    EXPECT_EQ(surround.Layout, "3/2");
-    EXPECT_TRUE(surround.Lfe);
-    EXPECT_EQ(surround.FirstSync, 0u);
-    EXPECT_DOUBLE_EQ(surround.Duration, surround.Frames * 1536 / 48000.0);
-
+    // A 5.1 AC3 file against ffprobe is inspect_audio_test.sh's.
     const AudioStream stereo = ScanAudioFile(files.Ac3Stereo44());
     ExpectAsProbed(stereo, Probe(files.Ac3Stereo44()));
+    EXPECT_EQ(stereo.Format, AudioFormat::Ac3);
     EXPECT_EQ(stereo.Layout, "2/0");
     EXPECT_FALSE(stereo.Lfe);
     EXPECT_EQ(stereo.Bytes, files.Read(files.Ac3Stereo44()).size());
@@ -217,7 +210,7 @@ TEST(AudioStream, VobSubStreamsReadAsFfprobeReadsThem) {
 
 TEST(AudioStream, Ac3FrameListGivesEachFrameWithItsCrcs) {
     KESTROVA_REQUIRE_FFMPEG();
-    std::string bytes = AudioFiles::Get().Read(AudioFiles::Get().Ac3Stereo44());
+    const std::string bytes = AudioFiles::Get().Read(AudioFiles::Get().Ac3Stereo44());
     const std::vector<Ac3Frame> frames = FramesOf(bytes);
     ASSERT_GT(frames.size(), 10u);
     std::uint64_t next = 0;
@@ -234,15 +227,7 @@ TEST(AudioStream, Ac3FrameListGivesEachFrameWithItsCrcs) {
     }
     EXPECT_EQ(next, bytes.size());
     EXPECT_EQ(sizes.size(), 2u);
-
-    bytes[frames[4].Offset + frames[4].Size - 5] ^= 0x10;  // in the last 3/8
-    bytes[frames[6].Offset + 20] ^= 0x10;                   // in the first 5/8
-    const std::vector<Ac3Frame> damaged = FramesOf(bytes);
-    ASSERT_EQ(damaged.size(), frames.size());
-    for (std::size_t i = 0; i < damaged.size(); ++i) {
-        EXPECT_EQ(damaged[i].Crc1Ok, i != 6) << i;
-        EXPECT_EQ(damaged[i].Crc2Ok, i != 4 && i != 6) << i;
-    }
+    // The CRC flags come from the scanner's check, which the damage table below names.
 }
 
 // Each kind of damage to an AC3 stream: the offset and words of the one bad

@@ -63,21 +63,24 @@ struct AudioFixture {
         return {words[0] + " " + words[1] + " " + words[2] + " " + words[3], std::stod(words[4])};
     }
 
+    // The samples of a stream as ffmpeg decodes them, 16-bit: interleaved,
+    // or of one channel only.
+    std::vector<std::int16_t> Decoded(const std::string& name, int channel = -1) const {
+        const std::string command = "ffmpeg -nostdin -loglevel error -y -i '" + temp.Host(kFolder + name) + "' " +
+                                    (channel < 0 ? "" : "-af 'pan=mono|c0=c" + std::to_string(channel) + "' ") +
+                                    "-ar 48000 -f s16le '" + temp.Host("decoded.raw") + "'";
+        if (std::system(command.c_str()) != 0) return {};
+        const std::string bytes = temp.Read("decoded.raw");
+        std::vector<std::int16_t> samples(bytes.size() / 2);
+        std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+        return samples;
+    }
+
     // The frequency among a few candidates that holds ten times the power of
     // any other in one channel; 0 when none does or the channel is silent.
     double Tone(const std::string& name, int channel) const {
-        const std::string raw = temp.Host("tone.raw");
-        const std::string command = "ffmpeg -nostdin -loglevel error -y -i '" + temp.Host(kFolder + name) +
-                                    "' -af 'pan=mono|c0=c" + std::to_string(channel) + "' -ar 48000 -f s16le '" +
-                                    raw + "'";
-        if (std::system(command.c_str()) != 0) return -1;
-        const std::string bytes = temp.Read("tone.raw");
-        std::vector<double> samples(bytes.size() / 2);
-        for (std::size_t i = 0; i < samples.size(); ++i) {
-            std::int16_t sample;
-            std::memcpy(&sample, bytes.data() + 2 * i, 2);
-            samples[i] = sample;
-        }
+        const std::vector<std::int16_t> samples = Decoded(name, channel);
+        if (samples.empty()) return -1;
         std::vector<std::pair<double, double>> powers;  // power, frequency
         for (const double frequency : {250.0, 367.0, 440.0, 528.0, 834.0, 1000.0, 1199.0, 2000.0}) {
             const double coefficient = 2 * std::cos(2 * std::numbers::pi * frequency / 48000);
@@ -220,24 +223,12 @@ TEST(AudioStandin, DelaycutCutsAndPadsWholeFramesAndSilencesADamagedOne) {
     const std::vector<Ac3Frame> padded = frames(fixed);
     EXPECT_EQ(padded.size(), made.size() + 3);
     EXPECT_EQ(failing(padded), 1);
-    const std::string decode = "ffmpeg -nostdin -loglevel error -y -i '" + f.temp.Host(kFolder + fixed) +
-                               "' -f s16le '" + f.temp.Host("padded.raw") + "'";
-    ASSERT_EQ(std::system(decode.c_str()), 0) << decode;
-    const std::size_t lead = 3 * 1536 * 2 * 2;  // three frames of 16-bit stereo
-    const std::size_t sound = f.temp.Read("padded.raw").find_first_not_of('\0');
+    const std::vector<std::int16_t> samples = f.Decoded(fixed);
+    const std::size_t lead = 3 * 1536 * 2;  // three frames of stereo samples
+    const auto sound = static_cast<std::size_t>(
+        std::find_if(samples.begin(), samples.end(), [](std::int16_t x) { return x != 0; }) - samples.begin());
     EXPECT_GE(sound, lead);
     EXPECT_LT(sound, 2 * lead);
-}
-
-// The samples of a stream as ffmpeg decodes them, 16-bit and interleaved.
-std::vector<std::int16_t> Decoded(const AudioFixture& f, const std::string& name) {
-    const std::string command = "ffmpeg -nostdin -loglevel error -y -i '" + f.temp.Host(kFolder + name) +
-                                "' -f s16le '" + f.temp.Host("decoded.raw") + "'";
-    if (std::system(command.c_str()) != 0) return {};
-    const std::string bytes = f.temp.Read("decoded.raw");
-    std::vector<std::int16_t> samples(bytes.size() / 2);
-    std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
-    return samples;
 }
 
 // ac3fix on the job's unquoted line, in a folder with blanks: a frame with
@@ -267,8 +258,8 @@ TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
     EXPECT_EQ(out.size(), frames.size() * size) << "bytes besides the frames";
     EXPECT_EQ(f.temp.Read(kFolder + "menu 1.ac3"), damaged) << "the source is left as it was";
     f.temp.Write(kFolder + "made.ac3", made);
-    const std::vector<std::int16_t> tone = Decoded(f, "made.ac3");
-    const std::vector<std::int16_t> repaired = Decoded(f, "menu 1.fix");
+    const std::vector<std::int16_t> tone = f.Decoded("made.ac3");
+    const std::vector<std::int16_t> repaired = f.Decoded("menu 1.fix");
     ASSERT_EQ(repaired.size(), tone.size());
     const auto loudest = [](const std::vector<std::int16_t>& samples, std::size_t frame) {
         // Stereo samples of the frame's last five blocks: its first block
@@ -290,30 +281,23 @@ TEST(AudioStandin, Ac3fixMakesDamagedAndLostFramesSilentInTheirPlaces) {
     }
 }
 
-// A file without one good frame has nothing to model silence on: no
-// output, not even the older one, and a sentence that says so.
-TEST(AudioStandin, Ac3fixWritesNothingWithoutAGoodFrame) {
-    KESTROVA_REQUIRE_FFMPEG();
-    AudioFixture f;
-    const std::string in = f.Source("dead.ac3", "stereo", "-c:a ac3 -b:a 192k -f ac3");
-    std::string bytes = f.temp.Read(kFolder + "dead.ac3");
-    for (const Ac3Frame& frame : ReadAc3Frames(f.temp.Host(kFolder + "dead.ac3")).Frames) {
-        bytes[frame.Offset + frame.Size / 2] ^= 0x5A;
-    }
-    f.temp.Write(kFolder + "dead.ac3", bytes);
-    f.temp.Write(kFolder + "dead.fix", "an older result");
-    EXPECT_EQ(f.Run("K:\\PROG\\AC3\\ac3fix.exe " + in + " " + kDrive + "dead.fix"), 1);
-    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix"));
-    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix.partial"));
-    EXPECT_NE(f.output.find("holds no good AC3 frame"), std::string::npos) << f.output;
-    EXPECT_EQ(f.temp.Read(kFolder + "dead.ac3"), bytes);
-}
-
-// Calls that cannot be done leave no output and say why.
+// Calls that cannot be done leave no output, not even an older one, and say
+// why; an AC3 file without one good frame has nothing to model silence on.
 TEST(AudioStandin, BadCallsLeaveNoOutputAndSayWhy) {
     KESTROVA_REQUIRE_FFMPEG();
     AudioFixture f;
     const std::string ac3 = f.Source("not-wav.ac3", "stereo", "-c:a ac3 -b:a 192k");
+    std::string dead = f.temp.Read(kFolder + "not-wav.ac3");
+    for (const Ac3Frame& frame : ReadAc3Frames(f.temp.Host(kFolder + "not-wav.ac3")).Frames) {
+        dead[frame.Offset + frame.Size / 2] ^= 0x5A;
+    }
+    f.temp.Write(kFolder + "dead.ac3", dead);
+    f.temp.Write(kFolder + "dead.fix", "an older result");
+    EXPECT_EQ(f.Run("K:\\PROG\\AC3\\ac3fix.exe " + kDrive + "dead.ac3 " + kDrive + "dead.fix"), 1);
+    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix"));
+    EXPECT_FALSE(f.temp.Exists(kFolder + "dead.fix.partial"));
+    EXPECT_NE(f.output.find("holds no good AC3 frame"), std::string::npos) << f.output;
+
     EXPECT_EQ(f.Run(kBeSweet + ac3 + "\" -output \"" + kDrive + "x.wav\" -2ch -normalize )"), 1);
     EXPECT_FALSE(f.temp.Exists(kFolder + "x.wav"));
     EXPECT_NE(f.output.find("\"-normalize\""), std::string::npos) << f.output;

@@ -121,27 +121,33 @@ VideoInfo Words(const char* aspect, const char* panScan, const char* letterBox, 
     return info;
 }
 
-TEST(VideoAttributes, DisplayModeAspectAndFlags) {
-    struct Row { VideoInfo Info; const char *DisplayMode, *Display, *Aspect; };
+// The video words decide the display mode, the aspect and which modes take
+// the highest subpicture id of a cell (ids 1-4 for normal, wide, letterbox
+// and pan-scan here).
+TEST(VideoAttributes, DisplayModeAspectAndSubpictureModes) {
+    struct Row { VideoInfo Info; const char *DisplayMode, *Display, *Aspect, *Modes; };
     const Row rows[] = {
-        {Words("4 : 3", "disallowed", "disallowed"), "4 : 3", "4 : 3", "4:3"},
-        {Words("4 : 3", "allowed", "allowed"), "4 : 3", "4 : 3", "P/S and LB"},
-        {Words("16 : 9", "disallowed", "disallowed"), "16 : 9", "16 : 9", "Only Letterbox"},
+        {Words("4 : 3", "disallowed", "disallowed"), "4 : 3", "4 : 3", "4:3", "1|||"},
+        {Words("4 : 3", "allowed", "allowed"), "4 : 3", "4 : 3", "P/S and LB", "1|||"},
+        {Words("16 : 9", "disallowed", "disallowed"), "16 : 9", "16 : 9", "Only Letterbox", "|2||"},
         {Words("16 : 9", "allowed", "disallowed", "topandbottomcropped"), "16 : 9 (Pan-scan)", "16 : 9",
-         "Only Panscan"},
-        {Words("16 : 9", "allowed", "allowed"), "4 : 3 (Pan-scan)", "4 : 3", "P/S and LB"},
-        {Words("notspecified", "disallowed", "disallowed"), "", "", "4:3"},
-        {Words("reserved", "disallowed", "allowed"), "", "", "Only Letterbox"},
+         "Only Panscan", "|2||4"},
+        {Words("16 : 9", "allowed", "allowed"), "4 : 3 (Pan-scan)", "4 : 3", "P/S and LB", "|2|3|4"},
+        {Words("notspecified", "disallowed", "disallowed"), "", "", "4:3", "|2||"},
+        {Words("reserved", "disallowed", "allowed"), "", "", "Only Letterbox", "|2|3|"},
     };
     for (const auto& row : rows) {
         test::JobFixture fx;
         fx.job.DiscModel.Add();
         AddVideoAttributes(fx.job, 1, row.Info);
-        const auto& video = fx.job.DiscModel.Item(1).Video.Item(1);
+        GetSubStream(fx.job, {1, 2, 3, 4}, 1, row.Info);
+        const auto& vts = fx.job.DiscModel.Item(1);
+        const auto& video = vts.Video.Item(1);
         SCOPED_TRACE(row.Info[kVideoAspect] + " " + row.Info[kVideoPanScan] + " " + row.Info[kVideoLetterBox]);
         EXPECT_EQ(video.Display_Mode, row.DisplayMode);
         EXPECT_EQ(video.Display, row.Display);
         EXPECT_EQ(GetAspect(fx.job, 1), row.Aspect);
+        EXPECT_EQ(vts.Normal + "|" + vts.Wide + "|" + vts.Letter + "|" + vts.Pan, row.Modes);
         EXPECT_EQ(video.SubStream_Quantity, 2);
     }
 
@@ -214,25 +220,7 @@ TEST(StreamUse, FilledAsTheAspectSays) {
     EXPECT_EQ(use.Mode[22], "Wide");
 }
 
-TEST(SubStream, HighestIdPerModeChosenByTheVideoWords) {
-    struct Row { VideoInfo Info; const char *Normal, *Wide, *Letter, *Pan; };
-    const Row rows[] = {
-        {Words("4 : 3", "allowed", "allowed"), "1", "", "", ""},
-        {Words("16 : 9", "disallowed", "disallowed"), "", "2", "", ""},
-        {Words("16 : 9", "allowed", "disallowed"), "", "2", "", "4"},
-        {Words("16 : 9", "disallowed", "allowed"), "", "2", "3", ""},
-        {Words("16 : 9", "allowed", "allowed"), "", "2", "3", "4"},
-    };
-    for (const auto& row : rows) {
-        test::JobFixture fx;
-        fx.job.DiscModel.Add();
-        GetSubStream(fx.job, {1, 2, 3, 4}, 1, row.Info);
-        const auto& vts = fx.job.DiscModel.Item(1);
-        SCOPED_TRACE(row.Info[kVideoAspect] + " " + row.Info[kVideoPanScan] + " " + row.Info[kVideoLetterBox]);
-        EXPECT_EQ(std::vector<std::string>({vts.Normal, vts.Wide, vts.Letter, vts.Pan}),
-                  std::vector<std::string>({row.Normal, row.Wide, row.Letter, row.Pan}));
-    }
-
+TEST(SubStream, AHigherIdReplacesOnlyASetMode) {
     test::JobFixture fx;
     fx.job.DiscModel.Add();
     const auto wide = Words("16 : 9", "allowed", "allowed");

@@ -211,48 +211,33 @@ TEST_F(Sst, ListsBecomeBitmapsOfTheirStreamsAndCells) {
 
     ProcessSST(job, 2, 2);
 
+    // The head lines' words (area, colours, contrasts) reach the scripts of
+    // the fixture discs' goldens; here the times, names and the conversion.
     const BMP_Properties& first = Bitmap(1, 1, 1, 1);
     EXPECT_EQ(first.Track_Start_Time_To_Video, "00:00:00;00");  // under the threshold of a first cell
     EXPECT_EQ(first.Track_Duration, "00:00:01;24");             // ends a frame before its end
     EXPECT_EQ(first.EnableStop, -1);
-    EXPECT_EQ(first.Data_Duration, "00:00:01;24");
-    EXPECT_EQ(first.Stop_Time_To_Video, "00:00:01;24");
     EXPECT_EQ(first.Stop_Duration, "00:00:01;00");
     EXPECT_EQ(first.Cell_FileName, "VTS1_S_1_10001");
     EXPECT_EQ(first.FilePath, "K:\\Job\\D_VTS_01_0\\SUBTITLES\\P1_S0_10001_V1_C1.bmp");
     EXPECT_EQ(first.BCD_Duration, 0x00001040);
     EXPECT_EQ(first.Language, "fr");
-    EXPECT_EQ(first.Display_Mode, "Normal");
-    EXPECT_EQ(first.Drop, "NON_DROP");
-    EXPECT_EQ(first.Resolution, "PAL");
-    EXPECT_EQ(first.ForcedStart, "Yes");
-    EXPECT_EQ(first.Width, 720);
     EXPECT_EQ(first.Height, 574);
-    EXPECT_EQ((std::vector<int>{first.Display_Area_X1, first.Display_Area_Y1, first.Display_Area_X2,
-                                first.Display_Area_Y2, first.Pixel_Area_Top, first.Pixel_Area_Bottom}),
-              (std::vector<int>{0, 2, 719, 95, 0, 575}));
-    EXPECT_EQ((std::vector<int>{first.Color_E1, first.Color_P, first.Color_Bg, first.Color_E2, first.Contrast_E1,
-                                first.Contrast_P, first.Contrast_Bg, first.Contrast_E2}),
-              (std::vector<int>{1, 2, 0, 3, 15, 15, 0, 15}));
     // Vertical values in the other standard's lines; horizontal ones as read.
     EXPECT_EQ((std::vector<int>{first.ConvertedWidth, first.ConvertedOriginX, first.ConvertedHeight,
                                 first.ConvertedOriginY, first.ConvertedDisplay_Area_Y2,
                                 first.ConvertedPixel_Area_Bottom}),
               (std::vector<int>{720, 10, 480, 20, 79, 479}));
-    EXPECT_EQ(first.HighLight_Present, 0);
-    EXPECT_EQ(first.EndFrame, "");
 
     const BMP_Properties& open = Bitmap(1, 1, 1, 2);
     EXPECT_EQ(open.Track_Start_Time_To_Video, "00:00:05;00");
     EXPECT_EQ(open.Track_Duration, "00:00:05;00");  // to the cell's end
     EXPECT_EQ(open.EnableStop, 0);
-    EXPECT_EQ(open.Data_Duration, "");
 
     const BMP_Properties& highlight = Bitmap(1, 1, 2, 1);
     EXPECT_EQ(highlight.Track_Start_Time_To_Video, "00:00:10;01");  // the cell's start
     EXPECT_EQ(highlight.EndFrame, "00:00:20;00");
     EXPECT_EQ(highlight.Track_Duration, "00:00:09;24");
-    EXPECT_EQ(highlight.Data_Duration, "00:00:09;24");
     EXPECT_EQ(highlight.HighLight_Present, -1);
     EXPECT_EQ(vob.SUB_STREAM.Item(1).CELL_DETAILS.Item(2).HighLights, -1);
 
@@ -262,7 +247,6 @@ TEST_F(Sst, ListsBecomeBitmapsOfTheirStreamsAndCells) {
     EXPECT_EQ(second.Track_Duration, "00:00:09;24");
     EXPECT_EQ(second.Cell_FileName, "VTS1_S_2_10001");
     EXPECT_EQ(second.Language, "de");
-    EXPECT_TRUE(Logged("Checking StartTime & Duration for Compliancy"));
 
     // The stream without a list: the first stream's bitmap, drawn blank.
     const BMP_Properties& dummy = Bitmap(1, 3, 1, 1);
@@ -270,8 +254,6 @@ TEST_F(Sst, ListsBecomeBitmapsOfTheirStreamsAndCells) {
     EXPECT_EQ(dummy.FilePath, "K:\\Job\\VTS_01\\SUBTITLES\\Dummy.bmp");
     EXPECT_EQ(dummy.Cell_FileName, "VTS1_1_3_1");
     EXPECT_EQ(dummy.Language, "en");
-    EXPECT_EQ(dummy.Display_Mode, "Normal");
-    EXPECT_EQ(dummy.ForcedStart, "No");
     EXPECT_EQ(files.ReadText("K:\\Job\\VTS_01\\SUBTITLES\\Dummy.bmp"), "the PAL frame");
 
     EXPECT_EQ(vob.TotalSubs, 4);
@@ -279,13 +261,7 @@ TEST_F(Sst, ListsBecomeBitmapsOfTheirStreamsAndCells) {
                                 vob.SUB_STREAM.Item(3).StreamUsed}),
               (std::vector<int>{-1, -1, 0}));
     EXPECT_EQ(vob.CELL_ID.Item(2).Cell_Sub_Present, -1);
-    for (const char* line : {"PGC Number = 1", "StreamNumber = 1", "StreamNumber = 2",
-                             "SST Start=00:00:00:15 SST End=00:00:02:00", "Vobid = 1, Cellid = 1", "BMPCount = 2",
-                             "Start Time= 00:00:00;00, End Time= 00:00:01;24, Duration= 00:00:01;24",
-                             "Either Last BMP or 1 only - EndTime = CellEnd = 00:00:10;00"}) {
-        EXPECT_TRUE(Logged(line)) << line;
-    }
-    EXPECT_FALSE(Logged("PGC Number = 2"));
+    EXPECT_FALSE(Logged("PGC Number = 2")) << "PGC 2 has no .idx";
     EXPECT_EQ(job.Stages.FailedStage(), std::nullopt);
 }
 
