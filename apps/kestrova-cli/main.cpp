@@ -1,6 +1,7 @@
 // kestrova-cli: runs a re-authoring job without a window, unattended. The
 // command line has the window program's grammar; questions take their
 // unattended answer and are written to the run log.
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -68,6 +69,9 @@ const char* const kUsage =
     "  KESTROVA_TOOL_OVERRIDES=\"Tool.exe=/path/program;...\"  single tools\n"
     "  KESTROVA_PROGRAM_FOLDER  folder of the tools (default: beside this program)\n"
     "  KESTROVA_REGISTRY        the settings hive file\n"
+    "  KESTROVA_LAUNCH_TIMES    a file to write each outside program's run to, one\n"
+    "      line each: start (ms of the job's clock), wall ms, processor ms, exit\n"
+    "      status and command line, split by tabs\n"
     "  KESTROVA_TRACE=1         the trace of failures on standard error too\n"
     "The run log starts in $XDG_STATE_HOME/kestrova (~/.local/state/kestrova)\n"
     "and moves into the output folder when the run begins.\n";
@@ -87,6 +91,19 @@ int PrintTools(const kestrova::platform::Launcher& launcher, const kestrova::Too
         std::cout << problem << '\n';
     }
     return 0;
+}
+
+// Each start of an outside program with its times, for a look at where a
+// run's time went (KESTROVA_LAUNCH_TIMES).
+void WriteLaunchTimes(const kestrova::platform::ProcessRunner& runner) {
+    const std::string path = kestrova::platform::EnvironmentValue("KESTROVA_LAUNCH_TIMES");
+    if (path.empty()) return;
+    std::ofstream out(path, std::ios::trunc);
+    for (const auto& record : runner.History()) {
+        out << record.StartTick << '\t' << record.WallMs << '\t' << record.CpuMs << '\t' << record.ExitCode << '\t'
+            << record.CommandLine << '\n';
+    }
+    if (!out) std::cerr << "kestrova-cli: cannot write the launch times to " << path << '\n';
 }
 
 }  // namespace
@@ -141,7 +158,9 @@ int main(int argc, char** argv) {
         JobContext job(files, registry, runner, questions, trace, view);
         job.Tools = tools.Profile;
         running = &job;
-        return RunFromCommandLine(job, args);
+        const int status = RunFromCommandLine(job, args);
+        WriteLaunchTimes(runner);
+        return status;
     } catch (const Error& failure) {
         std::cerr << "kestrova-cli: " << failure.what() << '\n';
         return kExitFailed;

@@ -306,6 +306,7 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
 
     LaunchRecord record{commandLine, windowStyle, plan.Kind, -1, false};
     record.Program = plan.Program;
+    record.StartTick = clock_();
     if (plan.Kind == LaunchKind::Batch) {
         if (!batchRunner_) {
             throw Error("Cannot run the batch file \"" + plan.Program + "\": no batch interpreter is set up");
@@ -315,7 +316,6 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
         return;
     }
 
-    const Ticks started = clock_();
     const auto child = ChildProcess::Spawn(plan, static_cast<bool>(childOutput_));
     {
         RunningEntry entry(running_, child.get());
@@ -325,7 +325,7 @@ void ProcessRunner::ShellAndWait(const std::string& commandLine, int windowStyle
     }
     record.ExitCode = child->ExitCode();
     record.Stopped = child->Terminated();
-    record.WallMs = TicksElapsed(started, clock_());
+    record.WallMs = TicksElapsed(record.StartTick, clock_());
     record.CpuMs = child->CpuMs();
     history_.push_back(record);
 }

@@ -122,6 +122,7 @@ public:
         // for a batch file, whose own lines are recorded apart.
         std::uint32_t WallMs = 0;
         std::uint64_t CpuMs = 0;
+        Ticks StartTick = 0;     // the runner's clock at the start
         std::string Program;     // the program token as written
     };
 
