@@ -218,6 +218,7 @@ std::string FolderOf(const std::string& path) {
 }  // namespace
 
 void CreateAspect(const JobContext& job, std::span<std::uint8_t> header, const std::string& fileName) {
+    platform::TraceFrame frame(job.Trace, "Muxman", "CreateAspect");
     if (static_cast<std::int64_t>(header.size()) < kMenuVideoAttributes + 2) {
         throw Error("Cannot set the menu video attributes of " + fileName + ": its header holds " +
                     std::to_string(header.size()) + " bytes.");
