@@ -282,11 +282,13 @@ std::string JoinVideo(MuxRun& run, const std::vector<VideoPiece>& pieces) {
 }
 
 // ffmpeg's channel layout of an AC3 coding mode (acmod) with or without
-// the LFE channel. Dual mono (acmod 0) is made as stereo.
+// the LFE channel. Dual mono (acmod 0) is made as stereo. The channels
+// stand in ffmpeg's own order, LFE behind the front ones: a layout in
+// another order is a custom one, which its resampler refuses.
 std::string Ac3Layout(const Ac3Frame& frame) {
-    static const char* const kLayouts[] = {"FL+FR", "FC", "FL+FR", "FL+FR+FC", "FL+FR+BC", "FL+FR+FC+BC",
-                                           "FL+FR+SL+SR", "FL+FR+FC+SL+SR"};
-    return std::string(kLayouts[frame.Acmod & 7]) + (frame.Lfe ? "+LFE" : "");
+    static const char* const kFront[] = {"FL+FR", "FC", "FL+FR", "FL+FR+FC", "FL+FR", "FL+FR+FC", "FL+FR", "FL+FR+FC"};
+    static const char* const kRear[] = {"", "", "", "", "+BC", "+BC", "+SL+SR", "+SL+SR"};
+    return std::string(kFront[frame.Acmod & 7]) + (frame.Lfe ? "+LFE" : "") + kRear[frame.Acmod & 7];
 }
 
 // The bit rate in kbit/s of an AC3 frame size code.

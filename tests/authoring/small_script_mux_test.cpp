@@ -158,9 +158,10 @@ TEST(SmallScriptMux, StillsAreHeldAndTheirAudioCutOrFilledToThem) {
                std::string("-f lavfi -i color=c=0x20") + cell + "040:size=720x480:rate=30000/1001 -frames:v 1 "
                "-c:v mpeg2video -f mpeg2video");
     }
-    // Audio of 2 s under the first still (cut), none under the second (silence), 0.2 s under the third (filled).
-    f.Make("1-002_001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -c:a ac3 -b:a 192k");
-    f.Make("1-002_003.ac3", "-f lavfi -i sine=frequency=550:sample_rate=48000:duration=0.2 -c:a ac3 -b:a 192k");
+    // 5.1 audio of 2 s under the first still (cut), none under the second (silence, LFE and all), 0.2 s under
+    // the third (filled).
+    f.Make("1-002_001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -ac 6 -c:a ac3 -b:a 448k");
+    f.Make("1-002_003.ac3", "-f lavfi -i sine=frequency=550:sample_rate=48000:duration=0.2 -ac 6 -c:a ac3 -b:a 448k");
     f.temp.Write("OUT/VIDEO_TS.IFO", "an earlier result");
     ScriptTrack segment;
     segment.Place = {0, 5};
