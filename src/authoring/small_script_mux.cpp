@@ -468,18 +468,14 @@ std::vector<SceneStart> ReadScenes(const MuxRun& run, std::int64_t videoTicks) {
 }
 
 // The program stream of the segment: the joined video and audio streams
-// multiplexed by ffmpeg's DVD muxer, which leaves a NAV pack at the start of
-// each VOBU for dvdauthor to fill.
+// multiplexed by mplex in its DVD form, which starts a VOBU, with a NAV pack
+// for dvdauthor to fill, at every group of pictures, so a scene can start
+// at any group's start. (ffmpeg's DVD muxer starts one no sooner than
+// 0.4 s after the last, and a scene on a group between them was cut late.)
 std::string MultiplexSegment(MuxRun& run, const std::string& video, const std::vector<std::string>& audio) {
     const std::string vob = run.Work.File("segment.vob");
-    std::vector<std::string> command = FfmpegHead();
-    // The raw video has no time stamps; without made ones the muxer finds
-    // no key frame to start a VOBU at.
-    command.insert(command.end(), {"-fflags", "+genpts", "-f", "mpegvideo", "-i", run.Host(video)});
-    for (const std::string& stream : audio) command.insert(command.end(), {"-f", "ac3", "-i", run.Host(stream)});
-    command.insert(command.end(), {"-map", "0:v"});
-    for (std::size_t s = 0; s < audio.size(); ++s) command.insert(command.end(), {"-map", std::to_string(s + 1) + ":a"});
-    command.insert(command.end(), {"-c", "copy", "-f", "dvd", "-muxrate", "10080000", "-packetsize", "2048", run.Host(vob)});
+    std::vector<std::string> command = {kMplexProgram, "-v", "0", "-f", "8", "-o", run.Host(vob), run.Host(video)};
+    for (const std::string& stream : audio) command.push_back(run.Host(stream));
     RunTool(run, command, vob, run.Segment.Place, "multiplex the segment \"" + run.Segment.Name + "\"");
     return vob;
 }
@@ -638,6 +634,7 @@ SmallScriptMux MuxSegment(const ScriptModel& model, const ScriptTrack& segment, 
 
 void RegisterMuxPrograms(platform::Launcher& launcher) {
     for (const auto& [program, name, package] : {std::array<const char*, 3>{kFfmpegProgram, "ffmpeg", "ffmpeg"},
+                                                  std::array<const char*, 3>{kMplexProgram, "mplex", "mjpegtools"},
                                                   std::array<const char*, 3>{kDvdauthorProgram, "dvdauthor", "dvdauthor"}}) {
         const std::string host = platform::FindOnHostPath(name);
         if (host.empty()) {

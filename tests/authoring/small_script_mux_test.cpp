@@ -110,8 +110,8 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     KESTROVA_REQUIRE_FFMPEG();
     if (!HaveDvdauthor()) GTEST_SKIP() << "dvdauthor is not installed";
     MuxFixture f;
-    // 3 s of PAL video, a group every 12 frames: VOBUs start at frames 0, 12, 24, 36, 48, 60, ...
-    f.Make("001.m2v", "-f lavfi -i testsrc=size=720x576:rate=25:duration=3 -c:v mpeg2video -g 12 -bf 0 "
+    // 3 s of PAL video, a group every 6 frames (0.24 s): each starts a VOBU.
+    f.Make("001.m2v", "-f lavfi -i testsrc=size=720x576:rate=25:duration=3 -c:v mpeg2video -g 6 -bf 0 "
                       "-aspect 16:9 -f mpeg2video");
     f.Make("1-001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=3 -c:a ac3 -b:a 192k");
     ScriptTrack segment;
@@ -121,8 +121,8 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     segment.DisplayMode = "Only Letterbox";
     segment.VideoPlays = {Play(12, "K:\\001.m2v", "Actual")};
     segment.AudioStreams.push_back({{0, 15}, 1, "en", 1, 0, "", {Play(20, "K:\\1-001.ac3")}});
-    // The third scene is no VOBU start: its cut moves to frame 48.
-    segment.Scenes = {Scene(30, "VTS1_001_Scene_001", "00:00:00:00"), Scene(35, "VTS1_001_Scene_002", "00:00:00;24"),
+    // The second scene starts a group 0.72 s in; the third is no VOBU start: its cut moves to frame 48.
+    segment.Scenes = {Scene(30, "VTS1_001_Scene_001", "00:00:00:00"), Scene(35, "VTS1_001_Scene_002", "00:00:00;18"),
                       Scene(40, "VTS1_001_Scene_003", "00:00:02:00")};
     const ScriptModel model = SmallScript(segment, ScriptDomainKind::TitleSet);
 
@@ -140,7 +140,7 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     EXPECT_TRUE(f.files.List("K:\\OUT", "*", platform::ListKind::Folders).empty());
     const std::vector<TitleCell> cells = ReadTitleCells(f.temp.Host("OUT"), 25);
     ASSERT_EQ(cells.size(), 3u);
-    const long starts[] = {0, 24, 48};
+    const long starts[] = {0, 18, 48};
     for (std::size_t c = 0; c < cells.size(); ++c) {
         EXPECT_EQ(cells[c].VobId, 1) << "cell " << c + 1;
         EXPECT_EQ(cells[c].CellId, static_cast<int>(c + 1));
