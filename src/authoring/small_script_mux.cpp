@@ -172,14 +172,16 @@ void RunTool(MuxRun& run, const std::vector<std::string>& tokens, const std::str
 }
 
 // Holds the first picture of a still play for `frames` frames, as an
-// MPEG-2 stream of the same size and aspect.
+// MPEG-2 stream of the same size and aspect. The play's file is read as an
+// elementary stream: the few bytes of a still are too few for ffmpeg to
+// tell its format, and it may take them for another.
 void HoldStill(MuxRun& run, const ScriptPlay& play, const VideoStream& still, std::int64_t frames,
                const std::string& output) {
     const std::string rate =
         std::to_string(run.Standard.RateNumerator) + "/" + std::to_string(run.Standard.RateDenominator);
     std::vector<std::string> command = FfmpegHead();
     command.insert(command.end(),
-                   {"-i", run.Host(play.File), "-an", "-vf",
+                   {"-f", "mpegvideo", "-i", run.Host(play.File), "-an", "-vf",
                     "trim=end_frame=1,tpad=stop_mode=clone:stop=" + std::to_string(frames - 1), "-frames:v",
                     std::to_string(frames), "-r", rate, "-c:v", "mpeg2video", "-pix_fmt", "yuv420p", "-b:v", "8000k",
                     "-maxrate", "9000k", "-bufsize", "1835008", "-g", std::to_string(run.Standard.StillFrames),

@@ -7,6 +7,7 @@
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -158,6 +159,15 @@ TEST(SmallScriptMux, StillsAreHeldAndTheirAudioCutOrFilledToThem) {
                std::string("-f lavfi -i color=c=0x20") + cell + "040:size=720x480:rate=30000/1001 -frames:v 1 "
                "-c:v mpeg2video -f mpeg2video");
     }
+    // The second still's user data holds what ffmpeg's probe takes for transport stream packets.
+    std::vector<std::uint8_t> still = f.files.ReadBytes("K:\\002_002.m2v");
+    std::string userData = std::string("\0\0\1\xB2", 4);
+    for (int packet = 0; packet < 8; ++packet) userData += "\x47\x1F\xFF\x10" + std::string(184, '\xFF');
+    const std::uint8_t group[] = {0, 0, 1, 0xB8};
+    const auto at = std::search(still.begin(), still.end(), std::begin(group), std::end(group));
+    ASSERT_NE(at, still.end());
+    still.insert(at, userData.begin(), userData.end());
+    f.temp.Write("002_002.m2v", std::string(still.begin(), still.end()));
     // 5.1 audio of 2 s under the first still (cut), none under the second (silence, LFE and all), 0.2 s under
     // the third (filled).
     f.Make("1-002_001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -ac 6 -c:a ac3 -b:a 448k");
