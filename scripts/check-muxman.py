@@ -614,8 +614,8 @@ def compare_cell(disc, script, source, nav, number, label, cell, dcell, counts):
 
 
 def compare_titles(disc, script, source, number, sdomain, counts):
-    """The titles of a title set: each of the disc's titles is there, and each
-    program of a title is a PG of the title's PGC that its PTT map reaches."""
+    """The titles of a title set: each of the disc's titles is there, none
+    else, and each program of a title is a PG of a PGC its PTT map names."""
     titles = {title["name"]: title for title in sdomain.get("title", [])}
     ttns = sorted({ttn for (ttn, _) in source["domains"][number]["ptt"]})
     for ttn in ttns:
@@ -635,8 +635,8 @@ def compare_titles(disc, script, source, number, sdomain, counts):
                 if program["name"] != f"{spgc['name']}PG{g}" or g > len(pgc.program_starts):
                     fault(disc, "structure", f"{program['name']}: the disc's PGC {m.group(1)} has "
                                              f"{len(pgc.program_starts)} programs")
-        for extra in set(titles) - {f"VTS{number}T{t}" for t in ttns}:
-            fault(disc, "structure", f"{extra}: no such title in VTS {number}")
+    for extra in sorted(set(titles) - {f"VTS{number}T{t}" for t in ttns}):
+        fault(disc, "structure", f"{extra}: no such title in VTS {number}")
 
 
 # ----------------------------------------------- 3. Muxman.MXP: targets
