@@ -10,10 +10,11 @@ with outside tools:
   full          SingleMXP 1, ScenaidMode 0: Muxman.MXP run, which fails, and
                 the retry with small scripts
 
-1. small scripts (multiple): the job reaches step 33's failure branch; per
-   VOB of the source one script, OutputDir\\MUXMAN\\MuxmanVVV.MXP, run by
-   the logged command line, linting clean (kestrova-inspect --script
-   --json); its one segment is Muxman.MXP's segment of that VOB.
+1. small scripts (multiple): the job ends in the Muxman stage's failure
+   branch; per VOB of the source one script,
+   OutputDir\\MUXMAN\\MuxmanVVV.MXP, run by the logged command line,
+   linting clean (kestrova-inspect --script --json); its one segment is
+   Muxman.MXP's segment of that VOB.
    small results: each -d folder opens in libdvdread (dvdread-dump); every
    NAV pack of its VTS_01_1.VOB (dvdread-dump --title-nav: navRead_DSI) has
    the one VOB id, the cells run 1 to n in scene order and each starts at
@@ -68,7 +69,7 @@ MODES = {  # the job's folder under WORK/<disc>: its settings
 # The writer's rules (docs/decisions.md) that make a script or a run differ
 # from the disc.
 NO_MERGE = "until the merge of the small results is built, NewUpdateVOBs logs itself as passed over and sets " \
-           "MuxmanFailed, so a Muxman job ends in step 33's failure branch"
+           "MuxmanFailed, so a Muxman job ends in the Muxman stage's failure branch"
 FULL_NOT_AUTHORED = "kestrova-author lints a FULL script and does not author it in this version"
 DUMMY_PGC = "GenerateDummyPGC in a FULL script: one \"DummyCell0\" linked to the domain's dummy menu scene where " \
             "the domain has video"
@@ -161,10 +162,13 @@ class Job:
 
 
 def run_jobs(discs):
-    """Every disc's three jobs, two at a time (the machine's two cores)."""
+    """Every disc's three jobs, two at a time (the machine's two cores); the
+    first alone, as it may write the program folder's EclCCE.ini."""
     jobs = [Job(disc, mode) for disc in discs for mode in MODES]
+    if jobs:
+        jobs[0].run()
     with ThreadPoolExecutor(max_workers=2) as pool:
-        list(pool.map(Job.run, jobs))
+        list(pool.map(Job.run, jobs[1:]))
     return {(job.disc, job.mode): job for job in jobs}
 
 
