@@ -32,53 +32,19 @@ exits 1 on any fault.
   check-scripts.py [--reuse] BUILD_DIR FIXTURES_DIR WORK
 With --reuse a disc whose script already stands under WORK is not run again.
 """
-import json
 import os
 import re
 import subprocess
-import sys
-import tempfile
-import xml.etree.ElementTree as ET
 
-args = [a for a in sys.argv[1:] if a != "--reuse"]
-reuse = "--reuse" in sys.argv[1:]
-if len(args) != 3:
-    sys.exit(__doc__)
-build, fixtures, work = (os.path.abspath(a) for a in args)
-here = os.path.dirname(os.path.abspath(__file__))
-os.makedirs(work, exist_ok=True)
-faults = 0
-PERCENT = [0, 7, 13, 20, 27, 33, 40, 47, 53, 60, 67, 73, 80, 87, 93, 100]
-MENU_TYPES = {2: "Title Menu", 3: "Root Menu", 4: "Subpicture Menu", 5: "Audio Menu", 6: "Angle Menu",
-              7: "PTT Menu"}
-# The text of a menu type in a JumpSS command, by the low digit of its byte 5.
-JUMPSS_MENUS = {3: "RootMenu", 4: "Sub-pictureMenu", 5: "AudioMenu", 6: "AngleMenu", 7: "PTT_Menu"}
+import disc_checks as dc
+from disc_checks import (BUTTON_MODES, JUMPSS_MENUS, MENU_TYPES, PERCENT, cell_frames, decode_jump, fault, four,
+                         global_title, known, landing_matches, local_path, nav_buttons, nibbles, note, plain_jump,
+                         probe, read_dvdread, read_nav, read_unauthor, read_walk, summary, timecode_frames,
+                         title_pgc_program, uop_bits)
+
+build, fixtures, work, reuse = dc.arguments(__doc__)
 # Buttons of a cell without a highlight bitmap to take them are left out.
 NO_BITMAP = "a NAV pack's buttons are taken only by a highlight bitmap of its cell that has none yet"
-BUTTON_MODES = ["Normal", "Wide", "Letter", "Wide/Letter", "Pan", "Wide/Pan", "Letter/Pan", "Wide/Letter/Pan"]
-
-
-def fault(disc, check, text):
-    global faults
-    faults += 1
-    print(f"FAULT: {disc} {check}: {text}")
-
-
-def known(disc, check, text, rule):
-    print(f"KNOWN: {disc} {check}: {text} (rule: {rule})")
-
-
-def note(disc, check, text):
-    print(f"NOTE: {disc} {check}: {text}")
-
-
-def summary(disc, check, before, text):
-    """The check's line: "ok" when it found no fault since `before`."""
-    print(f"{'ok' if faults == before else 'FAILED'} {disc} {check}: {text}")
-
-
-def run(command, **kw):
-    return subprocess.run(command, capture_output=True, text=True, **kw)
 
 
 # ---------------------------------------------------------------- the job
@@ -90,133 +56,10 @@ def run_job(disc):
     folder = os.path.join(work, disc)
     script = os.path.join(folder, "out", "Batch_1", "ScenaristScript30_1.SCP")
     if not (reuse and os.path.exists(script)):
-        subprocess.run(["rm", "-rf", folder], check=True)
-        os.makedirs(folder)
-        with open(os.path.join(folder, "cli.out"), "w") as out:
-            subprocess.run(["bash", os.path.join(here, "run-sample-job.sh"), build, fixtures, folder, disc],
-                           stdout=out, stderr=subprocess.STDOUT)
+        dc.run_job(fixtures, folder, disc)
     return folder, script if os.path.exists(script) else None
 
 
-def local_path(folder, path):
-    """A path of the script (K:\\out\\...) on this machine, looked up without
-    regard to case as the drive map does; None when it is not there."""
-    if not path.upper().startswith("K:\\"):
-        return None
-    current = folder
-    for part in path[3:].split("\\"):
-        if not part:
-            continue
-        try:
-            names = os.listdir(current)
-        except OSError:
-            return None
-        match = [n for n in names if n.lower() == part.lower()]
-        if not match:
-            return None
-        current = os.path.join(current, match[0])
-    return current
-
-
-# ------------------------------------------------------ the source, by tool
-
-
-class Pgc:
-    def __init__(self, fields):
-        self.cat = int(fields["CAT"])
-        self.still = int(fields["STILL"])
-        self.uop = int(fields["UOP"], 16)
-        self.links = {"next": int(fields["NEXT"]), "prev": int(fields["PREV"]), "goup": int(fields["GOUP"])}
-        self.commands = {"PRE": [], "POST": [], "CELL": []}
-        self.program_starts = []  # first cell of each program
-        self.cells = []  # dicts: vob, cell, still, cmd
-
-
-def read_dvdread(video_ts):
-    """dvdread-dump's listing: per title set (0 the VMG) its language units
-    [(code, [Pgc])], title PGCs by number, PTT map and C_ADT rows; the VMG's
-    titles as (title set, VTS title)."""
-    text = run([os.path.join(build, "tests", "dvdread-dump"), video_ts], check=True).stdout
-    disc = {"folder": video_ts, "titles": {}, "domains": {}, "cell_frames": {}}
-    domain = None
-    pgcs = {}
-    for line in text.splitlines():
-        words = line.split()
-        kind = words[0]
-        if kind == "IFO":
-            number = 0 if words[1] == "VIDEO_TS.IFO" else int(words[1][4:6])
-            domain = disc["domains"][number] = {"units": [], "titles": {}, "ptt": {}, "cadt": {}}
-            pgcs = {}
-        elif kind == "TITLE":
-            disc["titles"][int(words[1])] = (int(words[3]), int(words[5]))
-        elif kind == "PTT":
-            domain["ptt"][(int(words[1]), int(words[2]))] = (int(words[4]), int(words[6]))
-        elif kind == "UNIT":
-            domain["units"].append((words[3], []))
-        elif kind == "PGC":
-            pgc = pgcs[words[1]] = Pgc(dict(zip(words[2::2], words[3::2])))
-            if words[1].startswith("T"):
-                domain["titles"][int(words[1][1:])] = pgc
-            elif words[1] != "FP":
-                domain["units"][-1][1].append(pgc)
-        elif kind == "CMD":
-            pgcs[words[1]].commands[words[2]].append(words[4])
-        elif kind == "PROG":
-            pgcs[words[1]].program_starts.append(int(words[3]))
-        elif kind == "CELL":
-            pgcs[words[1]].cells.append({"vob": int(words[4]), "cell": int(words[6]), "still": int(words[10]),
-                                         "cmd": int(words[12]), "time": words[14]})
-            if not words[1].startswith(("T", "FP")):
-                disc["cell_frames"][(number, int(words[4]), int(words[6]))] = bcd_frames(words[14])
-        elif kind == "CADT":
-            domain["cadt"][(int(words[1]), int(words[2]))] = (int(words[3]), int(words[4]))
-    return disc
-
-
-def bcd_frames(time):
-    """Frames of an IFO playback time: BCD hours, minutes, seconds, then the
-    frame rate in the top two bits (1 for 25, 3 for 30) and BCD frames."""
-    digits = [int(time[i:i + 2], 10) if i < 6 else 0 for i in range(0, 8, 2)]
-    rate = 25 if int(time[6], 16) >> 2 == 1 else 30
-    frame = int(time[6], 16) & 3
-    return ((digits[0] * 60 + digits[1]) * 60 + digits[2]) * rate + frame * 10 + int(time[7], 16)
-
-
-def read_nav(video_ts):
-    """dvdread-dump --nav: per title set, per (VOB id, cell id), its NAV
-    packs in file order, each with its highlight fields and buttons by
-    (group, number)."""
-    text = run([os.path.join(build, "tests", "dvdread-dump"), "--nav", video_ts], check=True).stdout
-    packs = {}
-    current = {}
-    for line in text.splitlines():
-        words = line.split()
-        if words[0] == "NAV":
-            fields = dict(zip(words[3::2], words[4::2]))
-            current = {key: fields[key] for key in fields if key != "COLIT"}
-            current["colit"] = [int(w, 16) for w in words[words.index("COLIT") + 1:]] if "COLIT" in words else []
-            current["modes"] = [int(w) for w in words[words.index("MODES") + 1:words.index("MODES") + 4]] \
-                if "MODES" in words else []
-            current["buttons"] = {}
-            key = (int(words[1]), int(fields["VOB"]), int(fields["CELL"]))
-            packs.setdefault(key, []).append(current)
-        elif words[0] == "BTN":
-            fields = dict(zip(words[5::2], words[6::2]))
-            current["buttons"][(int(words[3]), int(words[4]))] = {
-                "colour": int(fields["COLOUR"]), "x": (int(words[8]), int(words[9])),
-                "y": (int(words[11]), int(words[12])), "auto": int(fields["AUTO"]), "up": int(fields["UP"]),
-                "down": int(fields["DOWN"]), "left": int(fields["LEFT"]), "right": int(fields["RIGHT"]),
-                "cmd": fields["CMD"]}
-    return packs
-
-
-def nav_buttons(pack):
-    """The buttons of a NAV pack in group 1, by number."""
-    count = int(pack.get("BUTTONS", 0))
-    return [pack["buttons"].get((1, b)) for b in range(1, count + 1)]
-
-
-# ----------------------------------------------------------- the script
 
 
 class Script:
@@ -255,10 +98,6 @@ def domain_folder(domain):
     return "D_VIDEO_TS" if domain == 0 else f"D_VTS_{domain:02d}_0"
 
 
-def uop_bits(mask):
-    return {bit for bit in range(25) if mask >> bit & 1}
-
-
 def script_uop_bits(text):
     return {int(n) for n in re.findall(r"UOP(\d+) ", text or "")}
 
@@ -294,28 +133,13 @@ def scene_source(script, folder, domain, cell):
 
 def check_lint(disc, folder, path):
     """1. The script reads and lints with no error; returns its model."""
-    before = faults
-    env = dict(os.environ, KESTROVA_DRIVES="K:=" + folder)
-    result = run([os.path.join(build, "kestrova-inspect"), "--script", path, "--json"], env=env)
-    errors = [line for line in result.stderr.splitlines() if ": error: " in line]
-    warnings = [line for line in result.stderr.splitlines() if ": warning: " in line]
-    for line in errors:
-        fault(disc, "lint", line.split(": ", 1)[1])
-    if result.returncode != 0 and not errors:
-        fault(disc, "lint", f"kestrova-inspect exit {result.returncode}: {result.stderr.strip()[-300:]}")
-    try:
-        model = json.loads(result.stdout)
-    except json.JSONDecodeError:
-        fault(disc, "lint", "no JSON model")
-        return None
-    summary(disc, "lint", before, f"{len(errors)} errors, {len(warnings)} warnings (the writer's oddities, each "
-                                  f"by its rule)")
-    return Script(model)
+    model = dc.check_lint(disc, folder, path)
+    return Script(model) if model is not None else None
 
 
 def check_structure(disc, folder, script, source, nav):
     """2. Domains, languages, PGCs and cells against libdvdread's reading."""
-    before = faults
+    before = dc.count()
     counts = {"units": 0, "pgcs": 0, "cells": 0, "dummy cells": 0}
     for number, domain in sorted(source["domains"].items()):
         where = "VMG" if number == 0 else f"VTS {number}"
@@ -385,22 +209,6 @@ def compare_pgc(disc, folder, script, nav, source, number, code, p, spgc, pgc, c
         compare_cell(disc, folder, script, nav, source, number, f"{where} cell {n}", cell, dcell)
 
 
-def cell_frames(source, number, vob, cell):
-    """The frames of a menu cell: its IFO playback time, or for a cell the IFO
-    gives no time, the pictures ffprobe counts in its sectors."""
-    frames = source["cell_frames"].get((number, vob, cell))
-    if frames != 0 or (vob, cell) not in source["domains"][number]["cadt"]:
-        return frames
-    first, last = source["domains"][number]["cadt"][(vob, cell)]
-    name = "VIDEO_TS.VOB" if number == 0 else f"VTS_{number:02d}_0.VOB"
-    with open(os.path.join(source["folder"], name), "rb") as f:
-        f.seek(first * 2048)
-        piece = f.read((last + 1 - first) * 2048)
-    with tempfile.TemporaryDirectory() as tmp:
-        with open(os.path.join(tmp, "cell.vob"), "wb") as f:
-            f.write(piece)
-        return int(probe(os.path.join(tmp, "cell.vob"), "mpeg", "nb_read_frames").get("nb_read_frames", 0))
-
 
 def compare_cell(disc, folder, script, nav, source, number, label, cell, dcell):
     """A script cell against the disc's: the VOB and cell its scene chain
@@ -432,54 +240,6 @@ def compare_cell(disc, folder, script, nav, source, number, label, cell, dcell):
         fault(disc, "structure", f"{label}: Cell Still Time={cell['still_time']}, the disc {dcell['still']}")
     if cell["cell_command"] != dcell["cmd"]:
         fault(disc, "structure", f"{label}: Cell Command={cell['cell_command']}, the disc {dcell['cmd']}")
-
-
-def decode_jump(hexcmd):
-    """The link or jump of a raw command with the object it reaches, from the
-    DVD-Video command layout: a tuple (kind, numbers...) or None."""
-    b = bytes.fromhex(hexcmd)
-    sub = b[1] & 0x0F
-    link = (b[6] << 8 | b[7])
-    if b[0] == 0x20 or 0x40 <= b[0] <= 0x7F:  # a link, alone or behind a set command
-        if sub == 4:
-            return ("LinkPGCN", link & 0x7FFF)
-        if sub == 5:
-            return ("LinkPTTN", link & 0x3FF)
-        if sub == 6:
-            return ("LinkPGN", b[7] & 0x7F)
-        if sub == 7:
-            return ("LinkCN", b[7])
-        return None
-    if b[0] != 0x30:
-        return None
-    if sub == 2:
-        return ("JumpTT", b[5] & 0x7F)
-    if sub == 3:
-        return ("JumpVTS_TT", b[5] & 0x7F)
-    if sub == 5:
-        return ("JumpVTS_PTT", b[5] & 0x7F, (b[2] & 0x03) << 8 | b[3])
-    if sub in (6, 8):
-        verb = "JumpSS" if sub == 6 else "CallSS"
-        space = b[5] >> 6
-        if space == 0:
-            return (verb + " FP",)
-        if space == 1:
-            return (verb + " VMGM", b[5] & 0x0F)
-        if space == 2:
-            return (verb + " VTSM", b[4] if sub == 6 else 0, b[3], b[5] & 0x0F)
-        return (verb + " VMGM PGC", (b[2] << 8 | b[3]) & 0x7FFF, b[4] if sub == 8 else 0)
-    return None
-
-
-def title_pgc_program(source, vts, ttn, chapter):
-    return source["domains"].get(vts, {}).get("ptt", {}).get((ttn, chapter))
-
-
-def global_title(source, vts, ttn):
-    for number, place in source["titles"].items():
-        if place == (vts, ttn):
-            return number
-    return None
 
 
 def expected_target(jump, source, script, number, code, p, cells):
@@ -551,7 +311,7 @@ def command_pairs(source, script, nav):
 
 def check_targets(disc, source, script, nav):
     """3a. Each link or jump of the raw bytes against its To Action."""
-    before = faults
+    before = dc.count()
     checked = 0
     for place, command, raw, number, code, p, cells in command_pairs(source, script, nav):
         jump = decode_jump(raw)
@@ -581,85 +341,8 @@ def check_targets(disc, source, script, nav):
     summary(disc, "targets", before, f"{checked} links and jumps of the raw commands")
 
 
-UNAUTHOR_JUMPS = [  # dvdunauthor's statement, the jump it stands for (VMG, VTS)
-    (r"jump pgc tail$", None, None),
-    (r"jump pgc (\d+)$", "LinkPGCN", "LinkPGCN"),
-    (r"jump cell (\d+)$", "LinkCN", "LinkCN"),
-    (r"jump program (\d+)$", "LinkPGN", "LinkPGN"),
-    (r"jump chapter (\d+)$", "LinkPTTN", "LinkPTTN"),
-    (r"jump title (\d+) chapter (\d+)$", None, "JumpVTS_PTT"),
-    (r"jump title (\d+)$", "JumpTT", "JumpVTS_TT"),
-    (r"jump vmgm menu (\d+)$", "JumpSS VMGM PGC", "JumpSS VMGM PGC"),
-    (r"jump vmgm menu entry (\w+)$", "JumpSS VMGM", "JumpSS VMGM"),
-    (r"jump titleset (\d+) menu entry (\w+)$", "JumpSS VTSM", "JumpSS VTSM"),
-    (r"jump menu entry (\w+)$", "JumpSS VTSM", "JumpSS VTSM"),
-    (r"jump (?:vmgm )?fpc$", "JumpSS FP", "JumpSS FP"),
-    (r"call vmgm menu (\d+) resume (\d+)$", "CallSS VMGM PGC", "CallSS VMGM PGC"),
-    (r"call vmgm menu entry (\w+)(?: resume (\d+))?$", "CallSS VMGM", "CallSS VMGM"),
-    (r"call menu entry (\w+)(?: resume (\d+))?$", "CallSS VTSM", "CallSS VTSM"),
-]
-# dvdunauthor's menu entry words as menu types.
-ENTRIES = {"title": 2, "root": 3, "subtitle": 4, "audio": 5, "angle": 6, "ptt": 7}
-# The script's command texts that reach an object, in the writer's words.
 SCRIPT_JUMP = re.compile(r"LinkPGCN|LinkPGN|LinkCN|LinkPTT|JumpTT|JumpVTS_TT|JumpVTS_PTT|JumpSS|CallSS|SPECIAL_MENU_")
 
-
-def unauthor_jumps(text, vmg, unparsed):
-    """The jumps of a dvdunauthor command text that reach an object, in order,
-    as decode_jump's tuples; statements it cannot read go to `unparsed`."""
-    jumps = []
-    text = re.sub(r"<!--.*?-->", "", text or "", flags=re.S)
-    for statement in re.split(r"[;{}\n]", text):
-        statement = re.sub(r"^(?:if \(.*?\)|else)\s*", "", statement.strip())
-        if not re.match(r"(jump|call) ", statement):
-            continue
-        for pattern, at_vmg, at_vts in UNAUTHOR_JUMPS:
-            m = re.match(pattern, statement)
-            if m:
-                kind = at_vmg if vmg else at_vts
-                if kind is None and pattern != r"jump pgc tail$":
-                    unparsed.append(statement)
-                if kind is not None:
-                    numbers = (int(g) if g and g.isdigit() else ENTRIES.get(g, 0) for g in m.groups())
-                    jumps.append((kind, *numbers))
-                break
-        else:
-            unparsed.append(statement)
-    return jumps
-
-
-def read_unauthor(video_ts):
-    """dvdunauthor's listing: per title set, per language, per PGC the jumps of
-    its pre and post commands and, per VOB and highlight, of its buttons;
-    also the first-play jumps and the cells that carry commands."""
-    with tempfile.TemporaryDirectory() as tmp:
-        run(["dvdunauthor", video_ts], cwd=tmp, check=True)
-        root = ET.parse(os.path.join(tmp, "dvdauthor.xml")).getroot()
-    listing = {"domains": {}, "unparsed": [], "first_play": [], "cell_commands": 0}
-    parts = [(0, root.find("vmgm"))] + [(n, ts) for n, ts in enumerate(root.findall("titleset"), 1)]
-    for number, part in parts:
-        if part is None:
-            continue
-        vmg = number == 0
-        if vmg and part.find("fpc") is not None:
-            listing["first_play"] = unauthor_jumps(part.find("fpc").text, True, listing["unparsed"])
-        languages = listing["domains"][number] = []
-        for menus in part.findall("menus"):
-            pgcs = []
-            for pgc in menus.findall("pgc"):
-                sections = {"PRE": [], "VOBS": [], "POST": []}
-                if pgc.find("pre") is not None:
-                    sections["PRE"] = unauthor_jumps(pgc.find("pre").text, vmg, listing["unparsed"])
-                if pgc.find("post") is not None:
-                    sections["POST"] = unauthor_jumps(pgc.find("post").text, vmg, listing["unparsed"])
-                for vob in pgc.findall("vob"):  # per VOB, per highlight its buttons' jumps
-                    sections["VOBS"].append([[jump for button in buttons.findall("button")
-                                              for jump in unauthor_jumps(button.text, vmg, listing["unparsed"])]
-                                             for buttons in vob.findall("buttons")])
-                listing["cell_commands"] += sum(1 for cell in pgc.iter("cell") if (cell.text or "").strip())
-                pgcs.append(sections)
-            languages.append((menus.get("lang"), pgcs))
-    return listing
 
 
 def button_lists(disc, spgc, cells, dcells, vobs):
@@ -691,7 +374,7 @@ def button_lists(disc, spgc, cells, dcells, vobs):
 
 def check_unauthor(disc, source, script, listing):
     """3b. dvdunauthor's jumps, PGC by PGC, against the script's targets."""
-    before = faults
+    before = dc.count()
     compared = 0
     for statement in listing["unparsed"]:
         note(disc, "dvdunauthor", f"a statement this check does not read: \"{statement}\"")
@@ -736,31 +419,6 @@ def check_unauthor(disc, source, script, listing):
     summary(disc, "dvdunauthor", before, f"{compared} jumps compared PGC by PGC")
 
 
-def read_walk(video_ts):
-    """dvdnav-walk: [(menu place, [(button, rectangle, command, landing)])]."""
-    result = run([os.path.join(build, "tests", "dvdnav-walk"), video_ts], timeout=1800)
-    menus = []
-    for line in result.stdout.splitlines():
-        m = re.match(r"menu (\w+) vts (\d+) pgc (\d+) cell (\d+)$", line)
-        if m:
-            menus.append(((m.group(1), int(m.group(2)), int(m.group(3)), int(m.group(4))), []))
-            continue
-        m = re.match(r"\s+button (\d+): (\d+),(\d+)-(\d+),(\d+) cmd (\w+) -> (.*)$", line)
-        if m and menus:
-            rect = tuple(int(m.group(i)) for i in range(2, 6))
-            menus[-1][1].append((int(m.group(1)), rect, m.group(6), m.group(7)))
-    return menus
-
-
-def plain_jump(raw):
-    """The jump of a button command that lands without a condition on an object
-    the walk can tell, else None."""
-    jump = decode_jump(raw)
-    if jump is None or bytes.fromhex(raw)[1] >> 4 != 0:
-        return None
-    return jump if jump[0] in ("LinkPGCN", "JumpTT", "JumpVTS_TT", "JumpVTS_PTT", "JumpSS VMGM", "JumpSS VTSM",
-                               "JumpSS VMGM PGC") else None
-
 
 def named_landing(command, source):
     """Where a script button command says it lands: (domain, title set,
@@ -795,23 +453,6 @@ def named_landing(command, source):
     return None
 
 
-def landing_matches(named, landing, source):
-    words = landing.split()
-    if named is None or len(words) < 7:
-        return False
-    domain, vts, how, number, cell = named
-    if words[0] != domain or int(words[2]) != vts:
-        return False
-    if cell is not None and int(words[6]) != cell:
-        return False
-    if how == "title":
-        return words[3] == "title" and int(words[4]) == number
-    if how == "pgc":
-        return words[3] == "pgc" and int(words[4]) == number
-    pgc = int(words[4])  # an entry PGC of the menu type, in any language unit
-    units = source["domains"].get(vts, {}).get("units", [])
-    return any(pgc <= len(pgcs) and pgcs[pgc - 1].cat == 0x80 | (number or 0) for _, pgcs in units)
-
 
 def walk_candidates(menu, button, rect, raw, source, script, nav):
     """The script button commands that the walk's button is: the same PGC and
@@ -844,7 +485,7 @@ def walk_candidates(menu, button, rect, raw, source, script, nav):
 
 def check_walk(disc, source, script, nav, walk):
     """4. Each plain button link or jump lands where the script says."""
-    before = faults
+    before = dc.count()
     checked = pressed = 0
     for menu, buttons in walk:
         for button, rect, raw, landing in buttons:
@@ -872,17 +513,9 @@ def check_walk(disc, source, script, nav, walk):
                                   f"and jumps compared with their landing")
 
 
-def nibbles(word):
-    return [word >> (28 - 4 * i) & 0xF for i in range(8)]
-
-
-def four(values):
-    return " ".join(str(v) for v in values)
-
-
 def check_highlights(disc, script, nav, played):
     """5. Each highlight play against the PCI of its cell's NAV pack."""
-    before = faults
+    before = dc.count()
     plays = buttons_checked = 0
     covered = set()
     for folder_name, track in script.tracks:
@@ -963,24 +596,6 @@ def compare_highlight(disc, label, play, pack):
     return compared
 
 
-def probe(path, form, entries):
-    """ffprobe's first stream of a file read as `form` (a lone still is too
-    short for ffprobe to guess its format)."""
-    streams = "a:0" if form == "ac3" else "v:0"
-    out = run(["ffprobe", "-v", "error", "-f", form, "-select_streams", streams, "-count_frames", "-show_entries",
-               "stream=" + entries, "-of", "json", path])
-    streams = json.loads(out.stdout or "{}").get("streams", [])
-    return streams[0] if streams else {}
-
-
-def timecode_frames(code, ntsc):
-    h, m, s, f = (int(x) for x in re.split("[:;]", code))
-    if not ntsc:
-        return ((h * 60 + m) * 60 + s) * 25 + f
-    minutes = h * 60 + m
-    return (minutes * 60 + s) * 30 + f - 2 * (minutes - minutes // 10)
-
-
 def item_domain(name):
     m = re.match(r"VTS_(\d+)_", name)
     return int(m.group(1)) if m else 0
@@ -1000,7 +615,7 @@ def zero_time_vob(source, name):
 
 def check_video_audio(disc, folder, script, source):
     """6a. ffprobe on the video, still and audio items."""
-    before = faults
+    before = dc.count()
     counts = {"motion": 0, "still": 0, "audio": 0}
     first_audio = {}
     for name, item in script.items.items():
@@ -1078,7 +693,6 @@ def played_cells(source, script):
 def check_subpictures(disc, source, script, video_ts):
     """6b. spuunmux's SPUs per played cell and subpicture stream the cell
     carries against the subpicture items (cells judged dummies aside)."""
-    before = faults
     items = {}
     for item in script.items.values():
         m = re.search(r"\\(D_VIDEO_TS|D_VTS_(\d\d)_0)\\SUBTITLES\\P\d+_S(\d+)_\d+_V(\d+)_C(\d+)\.bmp$", item["file"],
@@ -1087,62 +701,14 @@ def check_subpictures(disc, source, script, video_ts):
             key = (int(m.group(2) or 0), int(m.group(4)), int(m.group(5)), int(m.group(3)))
             items[key] = items.get(key, 0) + 1
     played, dummies = played_cells(source, script)
-    totals = {}  # (title set, stream): [SPUs, items]
-    for number, domain in sorted(source["domains"].items()):
-        vob_file = os.path.join(video_ts, "VIDEO_TS.VOB" if number == 0 else f"VTS_{number:02d}_0.VOB")
-        if not domain["cadt"] or not os.path.exists(vob_file):
-            continue
-        with open(vob_file, "rb") as f:
-            data = f.read()
-        for (vob, cell), (first, last) in sorted(domain["cadt"].items()):
-            piece = data[first * 2048:(last + 1) * 2048]
-            streams = subpicture_streams(piece) | {s for (n, v, c, s) in items if (n, v, c) == (number, vob, cell)}
-            for stream in sorted(streams):
-                spus, made = count_spus(piece, stream), items.get((number, vob, cell, stream), 0)
-                where = f"title set {number} VOB {vob} cell {cell} stream {stream}"
-                if (number, vob, cell) not in played:
-                    why = "judged a dummy" if (number, vob, cell) in dummies else "that no PGC plays"
-                    note(disc, "subpictures", f"{where}: {spus} SPUs in a cell {why}, {made} items")
-                    continue
-                total = totals.setdefault((number, stream), [0, 0])
-                total[0] += spus
-                total[1] += made
-                if spus != made:
-                    fault(disc, "subpictures", f"{where}: spuunmux {spus} SPUs, {made} subpicture items")
-    summary(disc, "subpictures", before, "; ".join(f"title set {n} stream {s}: {t[0]} SPUs, {t[1]} items"
-                                                  for (n, s), t in sorted(totals.items())) or "no subpictures")
-
-
-def subpicture_streams(piece):
-    """The subpicture streams (0 to 31) whose packs stand in a piece of a VOB:
-    private stream 1 packets with substream ids 0x20 to 0x3F."""
-    found = set()
-    for offset in range(0, len(piece) - 2047, 2048):
-        pack = piece[offset:offset + 2048]
-        if pack[:4] != b"\x00\x00\x01\xba":
-            continue
-        pes = 14 + (pack[13] & 7)
-        if pack[pes:pes + 4] == b"\x00\x00\x01\xbd" and 0x20 <= pack[pes + 9 + pack[pes + 8]] <= 0x3F:
-            found.add(pack[pes + 9 + pack[pes + 8]] - 0x20)
-    return found
-
-
-def count_spus(piece, stream):
-    with tempfile.TemporaryDirectory() as tmp:
-        with open(os.path.join(tmp, "piece.vob"), "wb") as f:
-            f.write(piece)
-        run(["spuunmux", "-o", "s", "-s", str(stream), "piece.vob"], cwd=tmp)
-        xml_path = os.path.join(tmp, "s.xml")
-        return open(xml_path).read().count("<spu ") if os.path.exists(xml_path) else 0
+    dc.compare_spus(disc, source, video_ts, items, played, dummies, "items")
 
 
 # ------------------------------------------------------------------ main
 
 
 def main():
-    discs = sorted(d for d in os.listdir(fixtures)
-                   if d != "pal-titles-only-lpcm" and os.path.isdir(os.path.join(fixtures, d, "VIDEO_TS")))
-    for disc in discs:
+    for disc in dc.menu_discs(fixtures):
         video_ts = os.path.join(fixtures, disc, "VIDEO_TS")
         folder, path = run_job(disc)
         if path is None:
@@ -1170,8 +736,7 @@ def main():
                 check()
             except (KeyError, IndexError, ValueError, OSError, subprocess.SubprocessError) as error:
                 fault(disc, name, f"the check could not be made: {type(error).__name__} {error}")
-    print(f"{faults} faults")
-    sys.exit(1 if faults else 0)
+    dc.finish()
 
 
 if __name__ == "__main__":

@@ -172,14 +172,16 @@ void RunTool(MuxRun& run, const std::vector<std::string>& tokens, const std::str
 }
 
 // Holds the first picture of a still play for `frames` frames, as an
-// MPEG-2 stream of the same size and aspect.
+// MPEG-2 stream of the same size and aspect. The play's file is read as an
+// elementary stream: the few bytes of a still are too few for ffmpeg to
+// tell its format, and it may take them for another.
 void HoldStill(MuxRun& run, const ScriptPlay& play, const VideoStream& still, std::int64_t frames,
                const std::string& output) {
     const std::string rate =
         std::to_string(run.Standard.RateNumerator) + "/" + std::to_string(run.Standard.RateDenominator);
     std::vector<std::string> command = FfmpegHead();
     command.insert(command.end(),
-                   {"-i", run.Host(play.File), "-an", "-vf",
+                   {"-f", "mpegvideo", "-i", run.Host(play.File), "-an", "-vf",
                     "trim=end_frame=1,tpad=stop_mode=clone:stop=" + std::to_string(frames - 1), "-frames:v",
                     std::to_string(frames), "-r", rate, "-c:v", "mpeg2video", "-pix_fmt", "yuv420p", "-b:v", "8000k",
                     "-maxrate", "9000k", "-bufsize", "1835008", "-g", std::to_string(run.Standard.StillFrames),
@@ -282,11 +284,13 @@ std::string JoinVideo(MuxRun& run, const std::vector<VideoPiece>& pieces) {
 }
 
 // ffmpeg's channel layout of an AC3 coding mode (acmod) with or without
-// the LFE channel. Dual mono (acmod 0) is made as stereo.
+// the LFE channel. Dual mono (acmod 0) is made as stereo. The channels
+// stand in ffmpeg's own order, LFE behind the front ones: a layout in
+// another order is a custom one, which its resampler refuses.
 std::string Ac3Layout(const Ac3Frame& frame) {
-    static const char* const kLayouts[] = {"FL+FR", "FC", "FL+FR", "FL+FR+FC", "FL+FR+BC", "FL+FR+FC+BC",
-                                           "FL+FR+SL+SR", "FL+FR+FC+SL+SR"};
-    return std::string(kLayouts[frame.Acmod & 7]) + (frame.Lfe ? "+LFE" : "");
+    static const char* const kFront[] = {"FL+FR", "FC", "FL+FR", "FL+FR+FC", "FL+FR", "FL+FR+FC", "FL+FR", "FL+FR+FC"};
+    static const char* const kRear[] = {"", "", "", "", "+BC", "+BC", "+SL+SR", "+SL+SR"};
+    return std::string(kFront[frame.Acmod & 7]) + (frame.Lfe ? "+LFE" : "") + kRear[frame.Acmod & 7];
 }
 
 // The bit rate in kbit/s of an AC3 frame size code.
@@ -466,18 +470,14 @@ std::vector<SceneStart> ReadScenes(const MuxRun& run, std::int64_t videoTicks) {
 }
 
 // The program stream of the segment: the joined video and audio streams
-// multiplexed by ffmpeg's DVD muxer, which leaves a NAV pack at the start of
-// each VOBU for dvdauthor to fill.
+// multiplexed by mplex in its DVD form, which starts a VOBU, with a NAV pack
+// for dvdauthor to fill, at every group of pictures, so a scene can start
+// at any group's start. (ffmpeg's DVD muxer starts one no sooner than
+// 0.4 s after the last, and a scene on a group between them was cut late.)
 std::string MultiplexSegment(MuxRun& run, const std::string& video, const std::vector<std::string>& audio) {
     const std::string vob = run.Work.File("segment.vob");
-    std::vector<std::string> command = FfmpegHead();
-    // The raw video has no time stamps; without made ones the muxer finds
-    // no key frame to start a VOBU at.
-    command.insert(command.end(), {"-fflags", "+genpts", "-f", "mpegvideo", "-i", run.Host(video)});
-    for (const std::string& stream : audio) command.insert(command.end(), {"-f", "ac3", "-i", run.Host(stream)});
-    command.insert(command.end(), {"-map", "0:v"});
-    for (std::size_t s = 0; s < audio.size(); ++s) command.insert(command.end(), {"-map", std::to_string(s + 1) + ":a"});
-    command.insert(command.end(), {"-c", "copy", "-f", "dvd", "-muxrate", "10080000", "-packetsize", "2048", run.Host(vob)});
+    std::vector<std::string> command = {kMplexProgram, "-v", "0", "-f", "8", "-o", run.Host(vob), run.Host(video)};
+    for (const std::string& stream : audio) command.push_back(run.Host(stream));
     RunTool(run, command, vob, run.Segment.Place, "multiplex the segment \"" + run.Segment.Name + "\"");
     return vob;
 }
@@ -636,6 +636,7 @@ SmallScriptMux MuxSegment(const ScriptModel& model, const ScriptTrack& segment, 
 
 void RegisterMuxPrograms(platform::Launcher& launcher) {
     for (const auto& [program, name, package] : {std::array<const char*, 3>{kFfmpegProgram, "ffmpeg", "ffmpeg"},
+                                                  std::array<const char*, 3>{kMplexProgram, "mplex", "mjpegtools"},
                                                   std::array<const char*, 3>{kDvdauthorProgram, "dvdauthor", "dvdauthor"}}) {
         const std::string host = platform::FindOnHostPath(name);
         if (host.empty()) {

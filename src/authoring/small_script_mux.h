@@ -3,15 +3,15 @@
 // file set of its own, cut into one cell per scene. The video plays are
 // joined into one MPEG-2 stream (a still play held 12 frames in a PAL
 // segment, 15 in an NTSC one; a moving play copied), each audio stream's
-// plays into one AC3 stream cut and padded to the video under it; ffmpeg
-// multiplexes them into a DVD program stream, dvdauthor authors it as the
-// one title of title set 1, and the result (VIDEO_TS.IFO, VTS_01_0.IFO,
+// plays into one AC3 stream cut and padded to the video under it; mplex
+// multiplexes them into a DVD program stream (a VOBU at every group of
+// pictures), dvdauthor authors it as the one title of title set 1, and the result (VIDEO_TS.IFO, VTS_01_0.IFO,
 // VTS_01_1.VOB and the .BUP files) lands flat in the destination folder,
 // for the VMG's VOBs as for a title set's: the IFOs are rebuilt from the
 // source later, only the VOB's cells matter.
 //
-// ffmpeg and dvdauthor are separate programs run through the process
-// runner; nothing of theirs is linked. Sub-pictures and highlights are not
+// ffmpeg, mplex and dvdauthor are separate programs run through the
+// process runner; nothing of theirs is linked. Sub-pictures and highlights are not
 // muxed in this version: each play is named in a note.
 #pragma once
 
@@ -54,10 +54,11 @@ struct SmallScriptMux {
 // The names the mux runs its programs by; RegisterMuxPrograms maps them to
 // the host's programs.
 inline constexpr const char* kFfmpegProgram = "ffmpeg.exe";
+inline constexpr const char* kMplexProgram = "mplex.exe";
 inline constexpr const char* kDvdauthorProgram = "dvdauthor.exe";
 
-// Registers ffmpeg and dvdauthor, found on $PATH, on the launcher. Throws
-// Error naming the package to install when one is missing.
+// Registers ffmpeg, mplex and dvdauthor, found on $PATH, on the launcher.
+// Throws Error naming the package to install when one is missing.
 void RegisterMuxPrograms(platform::Launcher& launcher);
 
 // Muxes the script's one segment into `destination` (a drive path; made

@@ -7,6 +7,7 @@
 #include <dvdread/dvd_reader.h>
 #include <dvdread/ifo_read.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -110,8 +111,8 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     KESTROVA_REQUIRE_FFMPEG();
     if (!HaveDvdauthor()) GTEST_SKIP() << "dvdauthor is not installed";
     MuxFixture f;
-    // 3 s of PAL video, a group every 12 frames: VOBUs start at frames 0, 12, 24, 36, 48, 60, ...
-    f.Make("001.m2v", "-f lavfi -i testsrc=size=720x576:rate=25:duration=3 -c:v mpeg2video -g 12 -bf 0 "
+    // 3 s of PAL video, a group every 6 frames (0.24 s): each starts a VOBU.
+    f.Make("001.m2v", "-f lavfi -i testsrc=size=720x576:rate=25:duration=3 -c:v mpeg2video -g 6 -bf 0 "
                       "-aspect 16:9 -f mpeg2video");
     f.Make("1-001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=3 -c:a ac3 -b:a 192k");
     ScriptTrack segment;
@@ -121,8 +122,8 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     segment.DisplayMode = "Only Letterbox";
     segment.VideoPlays = {Play(12, "K:\\001.m2v", "Actual")};
     segment.AudioStreams.push_back({{0, 15}, 1, "en", 1, 0, "", {Play(20, "K:\\1-001.ac3")}});
-    // The third scene is no VOBU start: its cut moves to frame 48.
-    segment.Scenes = {Scene(30, "VTS1_001_Scene_001", "00:00:00:00"), Scene(35, "VTS1_001_Scene_002", "00:00:00;24"),
+    // The second scene starts a group 0.72 s in; the third is no VOBU start: its cut moves to frame 48.
+    segment.Scenes = {Scene(30, "VTS1_001_Scene_001", "00:00:00:00"), Scene(35, "VTS1_001_Scene_002", "00:00:00;18"),
                       Scene(40, "VTS1_001_Scene_003", "00:00:02:00")};
     const ScriptModel model = SmallScript(segment, ScriptDomainKind::TitleSet);
 
@@ -140,7 +141,7 @@ TEST(SmallScriptMux, AVideoSegmentBecomesOneVobIdCutAtItsScenes) {
     EXPECT_TRUE(f.files.List("K:\\OUT", "*", platform::ListKind::Folders).empty());
     const std::vector<TitleCell> cells = ReadTitleCells(f.temp.Host("OUT"), 25);
     ASSERT_EQ(cells.size(), 3u);
-    const long starts[] = {0, 24, 48};
+    const long starts[] = {0, 18, 48};
     for (std::size_t c = 0; c < cells.size(); ++c) {
         EXPECT_EQ(cells[c].VobId, 1) << "cell " << c + 1;
         EXPECT_EQ(cells[c].CellId, static_cast<int>(c + 1));
@@ -158,9 +159,19 @@ TEST(SmallScriptMux, StillsAreHeldAndTheirAudioCutOrFilledToThem) {
                std::string("-f lavfi -i color=c=0x20") + cell + "040:size=720x480:rate=30000/1001 -frames:v 1 "
                "-c:v mpeg2video -f mpeg2video");
     }
-    // Audio of 2 s under the first still (cut), none under the second (silence), 0.2 s under the third (filled).
-    f.Make("1-002_001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -c:a ac3 -b:a 192k");
-    f.Make("1-002_003.ac3", "-f lavfi -i sine=frequency=550:sample_rate=48000:duration=0.2 -c:a ac3 -b:a 192k");
+    // The second still's user data holds what ffmpeg's probe takes for transport stream packets.
+    std::vector<std::uint8_t> still = f.files.ReadBytes("K:\\002_002.m2v");
+    std::string userData = std::string("\0\0\1\xB2", 4);
+    for (int packet = 0; packet < 8; ++packet) userData += "\x47\x1F\xFF\x10" + std::string(184, '\xFF');
+    const std::uint8_t group[] = {0, 0, 1, 0xB8};
+    const auto at = std::search(still.begin(), still.end(), std::begin(group), std::end(group));
+    ASSERT_NE(at, still.end());
+    still.insert(at, userData.begin(), userData.end());
+    f.temp.Write("002_002.m2v", std::string(still.begin(), still.end()));
+    // 5.1 audio of 2 s under the first still (cut), none under the second (silence, LFE and all), 0.2 s under
+    // the third (filled).
+    f.Make("1-002_001.ac3", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -ac 6 -c:a ac3 -b:a 448k");
+    f.Make("1-002_003.ac3", "-f lavfi -i sine=frequency=550:sample_rate=48000:duration=0.2 -ac 6 -c:a ac3 -b:a 448k");
     f.temp.Write("OUT/VIDEO_TS.IFO", "an earlier result");
     ScriptTrack segment;
     segment.Place = {0, 5};

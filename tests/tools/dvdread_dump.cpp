@@ -13,9 +13,11 @@
 // dvdread-dump --nav VIDEO_TS_FOLDER prints instead the NAV packs of every
 // menu VOB file (VIDEO_TS.VOB, VTS_01_0.VOB, ...) as navRead_PCI and
 // navRead_DSI read them, one NAV line per pack in file order with its
-// VOBU's prohibited operations and highlight information, then for a pack
-// with highlights a BTN line per button of each button group:
-//   NAV <title set> <k> VOB <v> CELL <c> LBN <sector> UOP <8 hex> HLI <status>
+// VOBU's start time (90 kHz), prohibited operations and highlight
+// information, then for a pack with highlights a BTN line per button of
+// each button group; --title-nav does the same for the title VOB files
+// (VTS_01_1.VOB, ...) of every title set:
+//   NAV <title set> <k> VOB <v> CELL <c> LBN <sector> SPTM <ptm> UOP <8 hex> HLI <status>
 //       [GROUPS <n> MODES <d1> <d2> <d3> OFFSET <o> BUTTONS <n> NUMERIC <n>
 //        FOSL <b> FOAC <b> COLIT <selection 1> <action 1> ... <action 3>]
 //   BTN <title set> <k> <group> <button> COLOUR <c> X <x1> <x2> Y <y1> <y2>
@@ -245,20 +247,22 @@ void PrintVts(const ifo_handle_t& ifo, int title_set) {
     }
 }
 
-// The NAV packs of one menu VOB file. A sector is a NAV pack when a PCI
-// packet (private stream 2, substream 0) starts at byte 38; the PCI follows
-// its substream byte at 45 and the DSI stands at 1031.
-void PrintNavPacks(dvd_reader_t* dvd, int title_set) {
-    dvd_file_t* file = DVDOpenFile(dvd, title_set, DVD_READ_MENU_VOBS);
-    if (file == nullptr) return;  // a domain without menus
+// The NAV packs of the menu VOB file, or the title VOB files, of a domain.
+// A sector is a NAV pack when a PCI packet (private stream 2, substream 0)
+// starts at byte 38; the PCI follows its substream byte at 45 and the DSI
+// stands at 1031.
+void PrintNavPacks(dvd_reader_t* dvd, int title_set, dvd_read_domain_t domain) {
+    dvd_file_t* file = DVDOpenFile(dvd, title_set, domain);
+    if (file == nullptr) return;  // a domain without menus, or the VMG's titles
+    const char* what = domain == DVD_READ_MENU_VOBS ? "menu" : "title";
     const ssize_t blocks = DVDFileSize(file);
     std::array<unsigned char, DVD_VIDEO_LB_LEN> block{};
     int index = 0;
     for (ssize_t sector = 0; sector < blocks; ++sector) {
         if (DVDReadBlocks(file, static_cast<int>(sector), 1, block.data()) != 1) {
             DVDCloseFile(file);
-            throw std::runtime_error("cannot read sector " + std::to_string(sector) + " of the menu VOBs of title set " +
-                                     std::to_string(title_set));
+            throw std::runtime_error("cannot read sector " + std::to_string(sector) + " of the " + what +
+                                     " VOBs of title set " + std::to_string(title_set));
         }
         const bool nav = block[38] == 0 && block[39] == 0 && block[40] == 1 && block[41] == 0xBF && block[44] == 0;
         if (!nav) continue;
@@ -270,7 +274,7 @@ void PrintNavPacks(dvd_reader_t* dvd, int title_set) {
         const hl_gi_t& general = pci.hli.hl_gi;
         std::string line = "NAV " + id + " VOB " + std::to_string(dsi.dsi_gi.vobu_vob_idn) + " CELL " +
                            std::to_string(dsi.dsi_gi.vobu_c_idn) + " LBN " + std::to_string(pci.pci_gi.nv_pck_lbn) +
-                           " UOP " + Hex(UserOpsBytes(pci.pci_gi.vobu_uop_ctl), 8) + " HLI " +
+                           " SPTM " + std::to_string(pci.pci_gi.vobu_s_ptm) + " UOP " + Hex(UserOpsBytes(pci.pci_gi.vobu_uop_ctl), 8) + " HLI " +
                            std::to_string(general.hli_ss & 3);
         if ((general.hli_ss & 3) == 0) {
             Line(line);
@@ -340,7 +344,10 @@ IfoHandle OpenIfo(dvd_reader_t* dvd, int title_set, const std::string& folder) {
     return ifo;
 }
 
-void Dump(const std::string& folder, bool navPacks) {
+// What the dump lists: the PGCs, or the NAV packs of the menu or title VOBs.
+enum class Listing { Pgcs, MenuNav, TitleNav };
+
+void Dump(const std::string& folder, Listing listing) {
     // libdvdread takes either the folder holding VIDEO_TS or the VIDEO_TS
     // folder itself and finds the files in either case.
     static const dvd_logger_cb logger{KeepMessage};
@@ -349,8 +356,12 @@ void Dump(const std::string& folder, bool navPacks) {
 
     const IfoHandle vmg = OpenIfo(dvd.get(), 0, folder);
     const int title_sets = vmg->vmgi_mat->vmg_nr_of_title_sets;
-    if (navPacks) {
-        for (int n = 0; n <= title_sets; ++n) PrintNavPacks(dvd.get(), n);
+    if (listing == Listing::MenuNav) {
+        for (int n = 0; n <= title_sets; ++n) PrintNavPacks(dvd.get(), n, DVD_READ_MENU_VOBS);
+        return;
+    }
+    if (listing == Listing::TitleNav) {
+        for (int n = 1; n <= title_sets; ++n) PrintNavPacks(dvd.get(), n, DVD_READ_TITLE_VOBS);
         return;
     }
     PrintVmg(*vmg);
@@ -360,13 +371,15 @@ void Dump(const std::string& folder, bool navPacks) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool navPacks = argc == 3 && std::string(argv[1]) == "--nav";
-    if (argc != 2 && !navPacks) {
-        std::fputs("usage: dvdread-dump [--nav] VIDEO_TS_FOLDER\n", stderr);
+    Listing listing = Listing::Pgcs;
+    if (argc == 3 && std::string(argv[1]) == "--nav") listing = Listing::MenuNav;
+    if (argc == 3 && std::string(argv[1]) == "--title-nav") listing = Listing::TitleNav;
+    if (argc != 2 && listing == Listing::Pgcs) {
+        std::fputs("usage: dvdread-dump [--nav | --title-nav] VIDEO_TS_FOLDER\n", stderr);
         return 2;
     }
     try {
-        Dump(argv[argc - 1], navPacks);
+        Dump(argv[argc - 1], listing);
     } catch (const std::exception& error) {
         std::fflush(stdout);
         for (const std::string& message : LibraryMessages()) std::fprintf(stderr, "libdvdread: %s\n", message.c_str());

@@ -103,8 +103,8 @@ private:
     std::string text_;
 };
 
-// dvdauthor's progress and banner lines; its errors and warnings and
-// ffmpeg's errors are kept.
+// dvdauthor's and mplex's progress and banner lines; their errors and
+// warnings and ffmpeg's errors are kept.
 bool IsNoise(const std::string& line) {
     const std::string text = platform::Trim(line);
     for (const char* head : {"INFO:", "STAT:", "DVDAuthor::", "Build options:", "Send bug reports"}) {
