@@ -39,8 +39,12 @@ public:
     const std::string& Text() const { return text_; }
 
     // Writes the text under the path, replacing what stood there; a failure
-    // leaves the old file whole and no partial one.
-    void Save(const platform::FileSystem& files) const { files.WriteFileAtomic(path_, text_); }
+    // leaves the old file whole and no partial one. A script is made again
+    // from the model whenever a run needs it (a kept one is reused only when
+    // asked for), so the write does not wait for the disk.
+    void Save(const platform::FileSystem& files) const {
+        files.WriteFileAtomic(path_, text_, platform::FileSystem::Flush::No);
+    }
 
 private:
     std::string path_;

@@ -351,7 +351,7 @@ std::vector<std::string> FileSystem::ReadLines(const std::string& path) const {
     return lines;
 }
 
-void FileSystem::WriteFileAtomic(const std::string& path, const std::string& bytes) const {
+void FileSystem::WriteFileAtomic(const std::string& path, const std::string& bytes, Flush flush) const {
     const std::string host = ToHost(path);
     const fs::path target(host);
     const std::string folder = target.parent_path().string();
@@ -370,7 +370,7 @@ void FileSystem::WriteFileAtomic(const std::string& path, const std::string& byt
     Descriptor file(fd);
     int error = WriteAll(file.Get(), bytes.data(), bytes.size());
     std::string step = "Cannot write";
-    if (error == 0 && ::fsync(file.Get()) != 0) {
+    if (error == 0 && flush == Flush::ToDisk && ::fsync(file.Get()) != 0) {
         error = errno;
         step = "Cannot flush to disk";
     }
@@ -388,6 +388,7 @@ void FileSystem::WriteFileAtomic(const std::string& path, const std::string& byt
     }
 
     // The rename itself is durable only once the folder is flushed.
+    if (flush == Flush::No) return;
     Descriptor directory(OpenRetrying(folder, O_RDONLY | O_DIRECTORY));
     if (directory.IsOpen() && ::fsync(directory.Get()) != 0 && errno != EINVAL && errno != EROFS) {
         Fail("Cannot flush the folder of", path, host, errno);

@@ -59,9 +59,15 @@ public:
     // Lines without their CR LF or LF ends.
     std::vector<std::string> ReadLines(const std::string& path) const;
 
-    // Writes through a temporary file in the same folder, flushed to disk and
-    // renamed over the target: a failure leaves the old file whole.
-    void WriteFileAtomic(const std::string& path, const std::string& bytes) const;
+    // Whether a write waits until its bytes are on the disk.
+    enum class Flush { ToDisk, No };
+
+    // Writes through a temporary file in the same folder, renamed over the
+    // target: a failure leaves the old file whole, and a reader sees the old
+    // file or the new one, never part of one. With Flush::ToDisk (files a
+    // later run relies on) the bytes and the rename are flushed to disk
+    // first; Flush::No suits files made again by every run that needs them.
+    void WriteFileAtomic(const std::string& path, const std::string& bytes, Flush flush = Flush::ToDisk) const;
     // Replaces the file's content (not atomic; for generated scripts).
     void WriteText(const std::string& path, const std::string& text) const;
     // Opens for append, writes the text and CR LF, closes.
